@@ -1,0 +1,16 @@
+# Turns text files into a C++ source that holds them as string constants, so that the
+# program carries its built-in data and example and runs from any directory.
+function(unitops_embed_text output namespace)
+  set(body "// Generated at build time from the files of data/ and examples/.\n#include <string_view>\n\nnamespace ${namespace} {\n")
+  foreach(pair IN LISTS ARGN)
+    string(REPLACE "=" ";" parts "${pair}")
+    list(GET parts 0 symbol)
+    list(GET parts 1 file)
+    file(READ "${file}" content)
+    set(body "${body}extern const std::string_view ${symbol};\nconst std::string_view ${symbol} = R\"__embedded__(${content})__embedded__\";\n")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+  endforeach()
+  set(body "${body}}  // namespace ${namespace}\n")
+  file(WRITE "${output}.tmp" "${body}")
+  configure_file("${output}.tmp" "${output}" COPYONLY)
+endfunction()

@@ -1,0 +1,112 @@
+// unitops: simulate a flowsheet and print its reports, list the models, check a flowsheet.
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "unitops/contract/archive.hpp"
+#include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/io/reports.hpp"
+#include "unitops/io/results_json.hpp"
+#include "unitops/io/roster_listing.hpp"
+
+namespace {
+
+using namespace unitops;
+
+constexpr int kExitBadInput = 1;
+constexpr int kExitRunFailed = 2;
+
+void WriteJsonFile(const std::string& path, const nlohmann::json& j) {
+    std::ofstream out(path);
+    if (!out) throw InputError(path, "cannot write the file");
+    out << j.dump(2) << '\n';
+    if (!out) throw InputError(path, "cannot write the file");
+}
+
+int Simulate(const std::string& file, const std::string& jsonOut, bool xls) {
+    std::unique_ptr<CTalDocEss> doc = file.empty() ? LoadExampleFlowsheet() : LoadFlowsheetFile(file);
+    ValidationSink sink(doc->questionPolicy);
+    Simulator simulator(*doc);
+    if (!simulator.Validate(sink)) {
+        for (const ValidationIssue& issue : sink.Issues()) {
+            std::fprintf(stderr, "unitops: invalid data: %s: %s\n", issue.object.c_str(), issue.text.c_str());
+        }
+        return kExitBadInput;
+    }
+    const SimulationResult result = simulator.Run();
+    WriteSimulationReport(stdout, *doc, &result, xls);
+    if (!jsonOut.empty()) WriteJsonFile(jsonOut, ResultsToJson(*doc, &result));
+    if (!result.completed) {
+        for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
+        return kExitRunFailed;
+    }
+    return 0;
+}
+
+int Validate(const std::string& file) {
+    std::unique_ptr<CTalDocEss> doc = LoadFlowsheetFile(file);
+    ValidationSink sink(doc->questionPolicy);
+    Simulator simulator(*doc);
+    const bool ok = simulator.Validate(sink);
+    std::string loopError;
+    simulator.Order(loopError);
+    for (const ValidationIssue& issue : sink.Issues()) std::printf("%s: %s\n", issue.object.c_str(), issue.text.c_str());
+    for (const std::string& q : sink.Questions()) std::printf("question: %s\n", q.c_str());
+    if (!loopError.empty()) std::printf("flowsheet: %s\n", loopError.c_str());
+    if (ok && loopError.empty()) {
+        std::printf("%s: the data are complete.\n", file.c_str());
+        return 0;
+    }
+    return kExitBadInput;
+}
+
+int Models(bool json) {
+    if (json) {
+        std::cout << RosterToJson().dump(2) << '\n';
+    } else {
+        WriteRoster(stdout);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"unitops: unit-operation models for batch and continuous process plants"};
+    app.require_subcommand(0, 1);
+
+    std::string file, jsonOut;
+    bool xls = false;
+    CLI::App* simulate = app.add_subcommand("simulate", "Simulate a flowsheet (the built-in example without FILE) and print its reports");
+    simulate->add_option("FILE", file, "Flowsheet file (JSON)");
+    simulate->add_option("--json", jsonOut, "Write all results as JSON to this file");
+    simulate->add_flag("--xls", xls, "Write the equipment report tab-separated for a spreadsheet");
+
+    std::string validateFile;
+    CLI::App* validate = app.add_subcommand("validate", "Check a flowsheet's data and print what is wrong");
+    validate->add_option("FILE", validateFile, "Flowsheet file (JSON)")->required();
+
+    bool modelsJson = false;
+    CLI::App* models = app.add_subcommand("models", "List every operation, equipment type, procedure and icon");
+    models->add_flag("--json", modelsJson, "Print the roster as JSON");
+
+    CLI11_PARSE(app, argc, argv);
+    try {
+        if (*validate) return Validate(validateFile);
+        if (*models) return Models(modelsJson);
+        return Simulate(*simulate ? file : std::string(), jsonOut, xls);
+    } catch (const InputError& e) {
+        std::fprintf(stderr, "unitops: error: %s\n", e.what());
+        return kExitBadInput;
+    } catch (const ArchiveError& e) {
+        std::fprintf(stderr, "unitops: error: %s\n", e.what());
+        return kExitBadInput;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "unitops: error: %s\n", e.what());
+        return kExitRunFailed;
+    }
+}

@@ -1,0 +1,31 @@
+#include "unitops/contract/component.hpp"
+
+#include <cmath>
+
+namespace unitops {
+
+void CTalPureComponent::PreparedCp::Prepare(const CpCorrelation& c) {
+    cp = c;
+    integral = {c.c[0], c.c[1] / 2, c.c[2] / 3, c.c[3] / 4};
+    atReference = c.Antiderivative(kReferenceTemp);
+}
+
+void CTalPureComponent::Finish() {
+    liquid_.Prepare(cpLiquid);
+    gas_.Prepare(cpIdealGas);
+}
+
+double CTalPureComponent::VaporPressure(double T) const {
+    if (!hasVaporPressure || T + antoine[2] <= 0.0) return 0.0;
+    return std::exp(antoine[0] - antoine[1] / (T + antoine[2]));
+}
+
+bool CTalPureComponent::IsVolatileAt(double T, double P) const {
+    if (hasVaporPressure) {
+        if (criticalTemperature > 0.0 && T >= criticalTemperature) return true;
+        return VaporPressure(T) > P;
+    }
+    return phase == NormalPhase::Gas;
+}
+
+}  // namespace unitops

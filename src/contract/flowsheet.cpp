@@ -1,0 +1,103 @@
+#include "unitops/contract/flowsheet.hpp"
+
+namespace unitops {
+
+CTalDocEss::CTalDocEss() = default;
+CTalDocEss::~CTalDocEss() = default;
+
+CTalPureComponent& CTalDocEss::AddComponent(std::unique_ptr<CTalPureComponent> c) {
+    c->Finish();
+    components_.push_back(std::move(c));
+    compList_.push_back(components_.back().get());
+    return *components_.back();
+}
+
+int CTalDocEss::GetComponentIndex(std::string_view name) const {
+    for (std::size_t i = 0; i < compList_.size(); ++i) {
+        if (compList_[i]->name == name) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+std::string CTalDocEss::GetComponentLocalName(std::string_view databaseName) const {
+    for (const CTalPureComponent* c : compList_) {
+        if (c->databaseName == databaseName) return c->name;
+    }
+    for (const CTalPureComponent* c : compList_) {
+        if (c->name == databaseName) return c->name;
+    }
+    return {};
+}
+
+const CTalPureComponent* CTalDocEss::ComponentDefPtr(std::string_view name) const {
+    const int i = GetComponentIndex(name);
+    return i < 0 ? nullptr : compList_[static_cast<std::size_t>(i)];
+}
+
+CTalHeatTransferAgent& CTalDocEss::AddAgent(std::unique_ptr<CTalHeatTransferAgent> a) {
+    for (auto& existing : agents_) {
+        if (existing->name == a->name) {
+            *existing = *a;  // a flowsheet's own definition replaces the built-in one
+            return *existing;
+        }
+    }
+    agents_.push_back(std::move(a));
+    return *agents_.back();
+}
+
+CTalHeatTransferAgent* CTalDocEss::FindAgent(std::string_view name) const {
+    for (const auto& a : agents_) {
+        if (a->name == name) return a.get();
+    }
+    return nullptr;
+}
+
+CTalHeatTransferAgent* CTalDocEss::GetDefaultHeatingAgent(std::string_view name) const {
+    if (CTalHeatTransferAgent* a = FindAgent(name); a && a->isHeating) return a;
+    for (const auto& a : agents_) {
+        if (a->isHeating) return a.get();
+    }
+    return nullptr;
+}
+
+CTalHeatTransferAgent* CTalDocEss::GetDefaultCoolingAgent(std::string_view name) const {
+    if (CTalHeatTransferAgent* a = FindAgent(name); a && !a->isHeating) return a;
+    for (const auto& a : agents_) {
+        if (!a->isHeating) return a.get();
+    }
+    return nullptr;
+}
+
+CTalStream& CTalDocEss::AddStream(std::unique_ptr<CTalStream> s) {
+    s->SetDocument(this);
+    streams_.push_back(std::move(s));
+    return *streams_.back();
+}
+
+CTalProcedure& CTalDocEss::AddProcedure(std::unique_ptr<CTalProcedure> p) {
+    procedures_.push_back(std::move(p));
+    return *procedures_.back();
+}
+
+CTalStream* CTalDocEss::FindStream(std::string_view name) const {
+    for (const auto& s : streams_) {
+        if (s->Name() == name) return s.get();
+    }
+    return nullptr;
+}
+
+CTalProcedure* CTalDocEss::FindProcedure(std::string_view name) const {
+    for (const auto& p : procedures_) {
+        if (p->Name() == name) return p.get();
+    }
+    return nullptr;
+}
+
+int CTalDocEss::GetProcedureIndex(const CTalProcedure* p) const {
+    for (std::size_t i = 0; i < procedures_.size(); ++i) {
+        if (procedures_[i].get() == p) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+}  // namespace unitops

@@ -1,0 +1,329 @@
+#include "unitops/contract/operation.hpp"
+
+#include <cassert>
+
+#include "unitops/contract/archive.hpp"
+#include "unitops/contract/equipment.hpp"
+#include "unitops/contract/flowsheet.hpp"
+#include "unitops/contract/message_table.hpp"
+#include "unitops/contract/procedure.hpp"
+
+namespace unitops {
+
+TAL_IMPLEMENT_CLASS(CTalOperation, CObject)
+
+namespace {
+DisplayUnit SetupTimeDisplay(const CObject& o) { return static_cast<const CTalOperation&>(o).SetupTimeUnits().Display(); }
+DisplayUnit ProcessTimeDisplay(const CObject& o) { return static_cast<const CTalOperation&>(o).ProcessTimeUnits().Display(); }
+DisplayUnit SpecPowerDisplay(const CObject& o) { return static_cast<const CTalOperation&>(o).m_SpecPowerPQ.Display(); }
+
+//! A row for the unit code of a physical quantity held by the operation.
+MemberRow UnitCodeRow(const char* name, CTalPhysicalQuantity& (*pq)(CObject&)) {
+    MemberRow r = members::Computed(
+        name, MemberType::Integer, Quantity::None, display::kNone,
+        [pq](const CObject& o) -> MemberValue { return pq(const_cast<CObject&>(o)).Units(); },
+        [pq](CObject& o, const MemberValue& v) { pq(o).SetUnits(std::get<int>(v)); });
+    r.persist = Persist::Word16;
+    return r;
+}
+CTalPhysicalQuantity& SetupPQ(CObject& o) { return static_cast<CTalOperation&>(o).m_SetupTimePQ; }
+CTalPhysicalQuantity& ProcessPQ(CObject& o) { return static_cast<CTalOperation&>(o).m_ProcessTimePQ; }
+}  // namespace
+
+const MemberTable& CTalOperation::Members() {
+    using namespace members;
+    using C = CTalOperation;
+    static const MemberTable table(CObject::Members(), [] {
+        std::vector<MemberRow> rows;
+        rows.push_back(Text("Name", &C::m_Name));
+        rows.push_back(Real("SetupTime", &C::m_SetupTime, Quantity::Time).Shown(&SetupTimeDisplay));
+        rows.push_back(UnitCodeRow("SetupTimeUnits", &SetupPQ));
+        rows.push_back(Real("ProcessTime", &C::m_ProcessTime, Quantity::Time).Shown(&ProcessTimeDisplay));
+        rows.push_back(UnitCodeRow("ProcessTimeUnits", &ProcessPQ));
+        rows.push_back(Word("ProcessTimeMode", &C::m_ProcessTimeMode));
+        rows.push_back(Real("Power", &C::m_Power, Quantity::Power, display::kKilowatt));
+        rows.push_back(Real("SpecPower", &C::m_SpecPower, Quantity::SpecificPower).Shown(&SpecPowerDisplay));
+        rows.push_back(Computed(
+            "SpecPowerBasis", MemberType::Integer, Quantity::None, display::kNone,
+            [](const CObject& o) -> MemberValue { return static_cast<const C&>(o).m_SpecPowerPQ.Type(); },
+            [](CObject& o, const MemberValue& v) {
+                auto& pq = static_cast<C&>(o).m_SpecPowerPQ;
+                pq.Init(std::get<int>(v), pq.Units(), 0);
+            }));
+        rows.back().persist = Persist::Word16;
+        rows.back().input = false;
+        rows.push_back(Word("PowerMode", &C::m_PowerMode));
+        rows.push_back(Real("HeatingDuty", &C::m_HeatingDuty, Quantity::Power, display::kKcalPerHour));
+        rows.push_back(Real("CoolingDuty", &C::m_CoolingDuty, Quantity::Power, display::kKcalPerHour));
+        rows.push_back(Computed(
+            "HxAgentName", MemberType::Text, Quantity::None, display::kNone,
+            [](const CObject& o) -> MemberValue { return static_cast<const C&>(o).m_HxAgentName; },
+            [](CObject& o, const MemberValue& v) {
+                auto& op = static_cast<C&>(o);
+                op.m_HxAgentName = std::get<std::string>(v);
+                CTalDocEss* doc = op.Flowsheet();
+                op.m_HxAgent = doc ? doc->FindAgent(op.m_HxAgentName) : nullptr;
+            }));
+        rows.back().persist = Persist::Text;
+        rows.push_back(Word("HxAgentUse", &C::m_HxAgentUse));
+        rows.push_back(Real("AgentRate", &C::m_AgentRate, Quantity::MassFlow, display::kKgPerHour).Result());
+        rows.push_back(Real("CapacityUtilF", &C::m_CapacityUtilF, Quantity::Fraction, display::kPercent).Result());
+        rows.push_back(Word("IsContinuousModel", &C::m_IsContinuousModel));
+        rows.push_back(Word("CanCalculateDuration", &C::m_CanCalculateDuration));
+        rows.push_back(Real("LaborNeed", &C::m_LaborA, Quantity::Dimensionless));
+        rows.push_back(Real("LaborNeedPerCycle", &C::m_LaborB, Quantity::Dimensionless));
+        return rows;
+    }());
+    return table;
+}
+
+CTalOperation::CTalOperation() = default;
+CTalOperation::CTalOperation(int emits) : m_Emits(emits) {}
+CTalOperation::~CTalOperation() = default;
+
+// ---------------------------------------------------------------- virtual operations
+
+void CTalOperation::Serialize(CArchive& ar) {
+    if (ar.IsLoading()) m_VersionNo = ar.VersionNo();
+    SerializeOwnMembers(ar, Members());
+    if (ar.IsStoring()) {
+        ar.WriteOperationRef(m_MasterOperation);
+    } else {
+        ar.ReadOperationRef(m_MasterOperation);
+    }
+    int hasEmissions = m_EmissionStream ? 1 : 0;
+    if (ar.IsStoring()) {
+        ar.WriteWord(hasEmissions);
+    } else {
+        hasEmissions = ar.ReadWord();
+    }
+    if (hasEmissions) {
+        if (!m_EmissionStream) m_EmissionStream = std::make_unique<CTalEmissionStream>(ar.Components());
+        m_EmissionStream->Serialize(ar);
+    }
+}
+
+void CTalOperation::SerializeOwnMembers(CArchive& ar, const MemberTable& table) {
+    SerializeRows(ar, *this, table.Own(), m_VersionNo, Count());
+}
+
+void CTalOperation::SetOwner(CTalProcedure* owner) {
+    m_Owner = owner;
+    const ComponentList* comps = Comps();
+    m_NumberOfComponents = comps ? static_cast<int>(comps->size()) : 0;
+    if (m_Emits && (!m_EmissionStream || m_EmissionStream->NumberOfComponents() != m_NumberOfComponents)) {
+        m_EmissionStream = std::make_unique<CTalEmissionStream>(comps);
+    }
+}
+
+int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd*) { return 1; }
+int CTalOperation::IsReadyForSimulation(CWnd*) { return 1; }
+
+void CTalOperation::PrepareForSimulation() {
+    m_Messages.clear();
+    m_LastResult = -2;
+}
+
+bool CTalOperation::IsInPortUsed(int, int) const { return false; }
+bool CTalOperation::IsOutPortUsed(int, int) const { return false; }
+int CTalOperation::CanSizeEquipment(const CTalEquipment*) const { return 1; }
+void CTalOperation::DoPostSimChores(int, int) {}
+void CTalOperation::UpdateForNewPlantBatchTime(double, double) {}
+
+std::unique_ptr<CTalOperation> CTalOperation::CreateCopy(CTalProcedure* owner, int flag) const {
+    std::unique_ptr<CObject> obj = GetRuntimeClass()->CreateObject();
+    std::unique_ptr<CTalOperation> copy(dynamic_cast<CTalOperation*>(obj.get()));
+    if (!copy) return nullptr;
+    obj.release();
+    copy->m_NumberOfComponents = m_NumberOfComponents;
+    if (copy->m_Emits) copy->m_EmissionStream = std::make_unique<CTalEmissionStream>(Comps());
+    CopyDataInto(copy.get(), flag);
+    copy->SetOwner(owner ? owner : m_Owner);
+    return copy;
+}
+
+void CTalOperation::CopyDataInto(CTalOperation* target, int) const {
+    assert(target && target->GetRuntimeClass() == GetRuntimeClass());
+    if (!target || target == this) return;
+    CopyMembers(*this, *target);
+    target->m_MasterOperation = m_MasterOperation;
+    target->m_HxAgent = m_HxAgent;
+    target->m_IsInInternalUnits = m_IsInInternalUnits;
+    target->m_IsOpDescriptionShort = m_IsOpDescriptionShort;
+    if (m_EmissionStream && target->m_EmissionStream) m_EmissionStream->CopyDataInto(*target->m_EmissionStream, 1);
+}
+
+void CTalOperation::ConvertToDisplayUnits() {
+    if (!m_IsInInternalUnits) return;
+    ConvertMembers(*this, true);
+    m_IsInInternalUnits = 0;
+}
+
+void CTalOperation::ConvertToInternalUnits() {
+    if (m_IsInInternalUnits) return;
+    ConvertMembers(*this, false);
+    m_IsInInternalUnits = 1;
+}
+
+void CTalOperation::InitSimModelParams() {
+    m_ProcessTimeMode = 1;
+    m_PowerMode = 2;
+    m_HxAgentUse = 4;
+}
+
+int CTalOperation::IsSimDataComplete(int, CTalModelPP*, bool, int) { return 1; }
+
+int CTalOperation::Solve(CTalStateStream* before, CTalStateStream* after, int) {
+    if (before && after) before->CopyDataInto(*after, 1);
+    return NormalSimEnding(1);
+}
+
+int CTalOperation::WriteIDR_Description(std::FILE*) { return 1; }
+
+void CTalOperation::GetCustomDescription(std::string& text) const { text = IsA(); }
+
+// ---------------------------------------------------------------- where am I
+
+CTalDocEss* CTalOperation::Flowsheet() const { return m_Owner ? m_Owner->Owner() : nullptr; }
+CTalEquipment* CTalOperation::Equipment() const { return m_Owner ? m_Owner->Equipment() : nullptr; }
+
+std::string CTalOperation::NameAndType() const {
+    return (m_Owner ? m_Owner->Name() + " / " : std::string()) + m_Name + " (" + IsA() + ")";
+}
+
+// ---------------------------------------------------------------- modes and times
+
+bool CTalOperation::IsBatchMode() const { return m_Owner && m_Owner->IsBatchMode(); }
+bool CTalOperation::IsDesignMode() const { return !m_Owner || m_Owner->IsDesignMode(); }
+bool CTalOperation::IsFlowsheetInBatchMode() const { return m_Owner && m_Owner->IsFlowsheetInBatchMode(); }
+
+double CTalOperation::PlantBatchTime() const {
+    const CTalDocEss* doc = Flowsheet();
+    return doc ? doc->PlantBatchTime() : 86400.0;
+}
+
+double CTalOperation::HoldupTime() const { return m_Owner ? m_Owner->HoldupTime() : 3600.0; }
+double CTalOperation::CycleTime() const { return m_Owner ? m_Owner->CycleTime() : 3600.0; }
+int CTalOperation::NumberOfCycles() const { return m_Owner ? m_Owner->NumberOfCycles() : 1; }
+double CTalOperation::UtilFactor() const { return m_Owner ? m_Owner->UtilFactor() : 1.0; }
+double CTalOperation::BatchReferenceTime() const {
+    return IsFlowsheetInBatchMode() ? PlantBatchTime() : HoldupTime();
+}
+
+double CTalOperation::ProcessTime() const {
+    if (m_ProcessTimeMode == 3 && m_MasterOperation && m_MasterOperation != this) return m_MasterOperation->m_ProcessTime;
+    return m_ProcessTime;
+}
+
+// ---------------------------------------------------------------- ports
+
+CTalStream* CTalOperation::InStream(int port) const { return m_Owner ? m_Owner->InStream(port) : nullptr; }
+CTalStream* CTalOperation::OutStream(int port) const { return m_Owner ? m_Owner->OutStream(port) : nullptr; }
+
+CTalStream* CTalOperation::GetStream(int portId) const {
+    if (portId > 0) return InStream(portId - 1);
+    if (portId < 0) return OutStream(-portId - 1);
+    return nullptr;
+}
+
+CTalStream* CTalOperation::VentStream() const { return m_Owner ? m_Owner->VentStream() : nullptr; }
+int CTalOperation::NumberOfInStreams() const { return m_Owner ? m_Owner->NumberOfInPorts() : 0; }
+int CTalOperation::NumberOfOutStreams() const { return m_Owner ? m_Owner->NumberOfOutPorts() : 0; }
+
+int CTalOperation::NumberOfInPortsUsed() const {
+    int n = 0;
+    for (int p = 0; p < NumberOfInStreams(); ++p) n += InStream(p) ? 1 : 0;
+    return n;
+}
+
+CTalStateStream* CTalOperation::GetStateBefore() const { return m_Owner ? m_Owner->GetStateBefore(this) : nullptr; }
+
+// ---------------------------------------------------------------- components
+
+const ComponentList* CTalOperation::Comps() const {
+    const CTalDocEss* doc = Flowsheet();
+    return doc ? doc->Comps() : nullptr;
+}
+
+int CTalOperation::GetComponentIndex(std::string_view name) const {
+    const CTalDocEss* doc = Flowsheet();
+    return doc ? doc->GetComponentIndex(name) : -1;
+}
+
+const CTalPureComponent* CTalOperation::GetPureComponent(int i) const {
+    const ComponentList* comps = Comps();
+    if (!comps || i < 0 || i >= static_cast<int>(comps->size())) return nullptr;
+    return (*comps)[static_cast<std::size_t>(i)];
+}
+
+const CTalPureComponent* CTalOperation::GetPureComponent(std::string_view name) const {
+    return GetPureComponent(GetComponentIndex(name));
+}
+
+int CTalOperation::GetPrimaryBiomassIndex() const {
+    const ComponentList* comps = Comps();
+    if (!comps) return -1;
+    for (std::size_t i = 0; i < comps->size(); ++i) {
+        if ((*comps)[i]->isBiomass) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+void CTalOperation::ReInitCompVar(const ComponentList& oldComps, std::vector<double>& var, double value) const {
+    const ComponentList* comps = Comps();
+    std::vector<double> fresh(comps ? comps->size() : 0, value);
+    for (std::size_t i = 0; i < fresh.size(); ++i) {
+        for (std::size_t j = 0; j < oldComps.size() && j < var.size(); ++j) {
+            if (oldComps[j]->name == (*comps)[i]->name) fresh[i] = var[j];
+        }
+    }
+    var = std::move(fresh);
+}
+
+bool CTalOperation::IsCompDataInRange(const std::vector<double>& a, double low, double high) const {
+    return IsArrayDataInRange(a.data(), static_cast<int>(a.size()), low, high);
+}
+
+bool CTalOperation::IsArrayDataInRange(const double* a, int n, double low, double high) {
+    for (int i = 0; i < n; ++i) {
+        if (a[i] < low || a[i] > high) return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------- messages
+
+void CTalOperation::SetSimMsg(const MsgText& text, unsigned help) {
+    m_Messages.push_back({MsgKind::Warning, text.number, help, text.Resolve()});
+}
+
+void CTalOperation::ShowSimMsg(const MsgText& text, unsigned help) {
+    m_Messages.push_back({MsgKind::Shown, text.number, help, text.Resolve()});
+}
+
+int CTalOperation::NormalSimEnding(int result) {
+    m_LastResult = result ? 1 : 0;
+    return result;
+}
+
+int CTalOperation::AbnormalSimEnding(const MsgText& text, unsigned help, int) {
+    m_Messages.push_back({MsgKind::Abnormal, text.number, help, text.Resolve()});
+    m_LastResult = -1;
+    return 0;
+}
+
+
+
+// ---------------------------------------------------------------- power, heat, labour
+
+void CTalOperation::SetHxAgent(CTalHeatTransferAgent* a) {
+    m_HxAgent = a;
+    m_HxAgentName = a ? a->name : std::string();
+}
+
+void CTalOperation::InitLabor(double a, double b, int, int) {
+    m_LaborA = a;
+    m_LaborB = b;
+}
+
+}  // namespace unitops

@@ -1,0 +1,127 @@
+#include "unitops/contract/procedure.hpp"
+
+#include <algorithm>
+
+#include "unitops/contract/flowsheet.hpp"
+
+namespace unitops {
+
+CTalProcedure::CTalProcedure(CTalDocEss* doc, std::string name, unsigned unitProcId)
+    : doc_(doc), name_(std::move(name)), unitProcId_(unitProcId) {
+    states_.push_back(std::make_unique<CTalStateStream>(doc ? doc->Comps() : nullptr, this));
+}
+
+CTalProcedure::~CTalProcedure() = default;
+
+void CTalProcedure::SetUpPorts() {
+    ports_ = UIcon() ? UIcon()->Ports() : IconPorts{};
+    in_.assign(static_cast<std::size_t>(ports_.inputs), nullptr);
+    out_.assign(static_cast<std::size_t>(ports_.outputs), nullptr);
+}
+
+bool CTalProcedure::IsFlowsheetInBatchMode() const { return doc_ && doc_->IsBatchMode(); }
+
+double CTalProcedure::BatchReferenceTime() const {
+    return IsFlowsheetInBatchMode() ? doc_->PlantBatchTime() : holdupTime_;
+}
+
+void CTalProcedure::SetEquipment(std::unique_ptr<CTalEquipment> e) {
+    equipment_ = std::move(e);
+    if (equipment_) equipment_->SetOwner(this);
+}
+
+void CTalProcedure::AddOperation(std::unique_ptr<CTalOperation> op) {
+    op->SetOwner(this);
+    ops_.push_back(std::move(op));
+    states_.push_back(std::make_unique<CTalStateStream>(doc_ ? doc_->Comps() : nullptr, this));
+}
+
+int CTalProcedure::GetOrderNo(const CTalOperation* op) const {
+    for (std::size_t i = 0; i < ops_.size(); ++i) {
+        if (ops_[i].get() == op) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+CTalOperation* CTalProcedure::GetNextOp(const CTalOperation* op) const {
+    const int i = GetOrderNo(op);
+    return (i >= 0 && i + 1 < NumberOfOps()) ? GetOp(i + 1) : nullptr;
+}
+
+CTalOperation* CTalProcedure::GetEssentialOp() const {
+    for (const auto& op : ops_) {
+        if (op->IsEssential()) return op.get();
+    }
+    return nullptr;
+}
+
+CTalStateStream* CTalProcedure::GetStateBefore(const CTalOperation* op) const {
+    const int i = GetOrderNo(op);
+    return i < 0 ? nullptr : GetState(i);
+}
+
+CTalStream* CTalProcedure::InStream(int port) const {
+    return (port >= 0 && port < NumberOfInPorts()) ? in_[static_cast<std::size_t>(port)] : nullptr;
+}
+
+CTalStream* CTalProcedure::OutStream(int port) const {
+    return (port >= 0 && port < NumberOfOutPorts()) ? out_[static_cast<std::size_t>(port)] : nullptr;
+}
+
+void CTalProcedure::ConnectIn(int port, CTalStream* s) {
+    in_.at(static_cast<std::size_t>(port)) = s;
+    if (s) s->SetDestination(this, port);
+}
+
+void CTalProcedure::ConnectOut(int port, CTalStream* s) {
+    out_.at(static_cast<std::size_t>(port)) = s;
+    if (s) s->SetSource(this, port);
+}
+
+bool CTalProcedure::IsFullyConnected() const {
+    for (const auto& op : ops_) {
+        for (int p = 0; p < NumberOfInPorts(); ++p) {
+            if (op->IsInPortUsed(p, 0) && !InStream(p)) return false;
+        }
+        for (int p = 0; p < NumberOfOutPorts(); ++p) {
+            if (op->IsOutPortUsed(p, 0) && !OutStream(p)) return false;
+        }
+    }
+    return true;
+}
+
+void CTalProcedure::PrepareInitialState() {
+    CTalStateStream* first = GetState(0);
+    if (equipment_ && equipment_->m_UsesDefaultContents && equipment_->m_DefaultContents) {
+        equipment_->InitDefaultContentsBeforeBatch();
+        equipment_->m_DefaultContents->CopyDataInto(*first, 1);
+        return;
+    }
+    first->Zero(true, false);
+}
+
+int CTalProcedure::Solve(bool skipSizing, bool) {
+    int result = 1;
+    for (int i = 0; i < NumberOfOps(); ++i) {
+        if (!GetOp(i)->Solve(GetState(i), GetState(i + 1), skipSizing ? 1 : 0)) result = 0;
+    }
+    return result;
+}
+
+void CTalProcedure::SetStateInitiatingBPG(CTalStateStream* state, CTalOperation* op, double kgPerS,
+                                          const double* composition, bool) {
+    StateBid bid;
+    bid.state = state;
+    bid.op = op;
+    bid.kgPerS = kgPerS;
+    if (composition && doc_) bid.composition.assign(composition, composition + doc_->NumberOfComponents());
+    stateBids_.push_back(std::move(bid));
+}
+
+void CTalProcedure::BindComponents(const ComponentList* comps) {
+    for (auto& s : states_) s->SetComponents(comps);
+    for (auto& op : ops_) op->SetOwner(this);
+    if (equipment_) equipment_->SetOwner(this);
+}
+
+}  // namespace unitops

@@ -1,0 +1,558 @@
+#include "unitops/io/flowsheet_loader.hpp"
+
+#include <cmath>
+#include <fstream>
+#include <list>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "unitops/contract/cost_index.hpp"
+#include "unitops/io/database.hpp"
+#include "unitops/roster/catalog.hpp"
+#include "unitops/roster/roster.hpp"
+
+namespace unitops {
+
+namespace embedded {
+extern const std::string_view kExampleFlowsheet;
+}  // namespace embedded
+
+using json = nlohmann::ordered_json;
+
+namespace {
+
+std::string Index(const std::string& at, std::size_t i) { return at + "[" + std::to_string(i) + "]"; }
+std::string Key(const std::string& at, const std::string& key) { return at.empty() ? key : at + "." + key; }
+bool IsNote(const std::string& key) { return key == "note" || key == "notes" || key == "comment"; }
+
+// Numbers written as "0xA087", "41095" or 41095.
+bool ParseNumberText(const json& v, unsigned& out) {
+    if (v.is_number_unsigned()) {
+        out = v.get<unsigned>();
+        return true;
+    }
+    if (!v.is_string()) return false;
+    const std::string s = v.get<std::string>();
+    if (s.empty()) return false;
+    try {
+        std::size_t used = 0;
+        const unsigned long n = std::stoul(s, &used, 0);
+        if (used != s.size() || n > 0xFFFFFFFFul) return false;
+        out = static_cast<unsigned>(n);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+class Loader {
+public:
+    explicit Loader(std::string origin) : origin_(std::move(origin)) {}
+
+    std::unique_ptr<CTalDocEss> Load(std::string_view text) {
+        const json root = Parse(text);
+        if (!root.is_object()) Fail("", "a flowsheet must be a JSON object");
+        for (const auto& [key, value] : root.items()) {
+            static const std::set<std::string> kSections = {"flowsheet", "components", "agents", "streams", "procedures"};
+            if (!kSections.count(key) && !IsNote(key)) Fail(key, "unknown section '" + key + "'");
+        }
+        doc_ = std::make_unique<CTalDocEss>();
+        if (root.contains("flowsheet")) ReadFlowsheetSection(root["flowsheet"]);
+        if (!root.contains("components")) Fail("components", "a flowsheet needs its list of components");
+        ReadComponents(root["components"]);
+        ReadAgents(root.contains("agents") ? root["agents"] : json::array());
+        if (root.contains("streams")) ReadStreams(root["streams"]);
+        if (root.contains("procedures")) ReadProcedures(root["procedures"]);
+        for (const auto& s : doc_->Streams()) {
+            if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->KeepAsDefinition();
+        }
+        return std::move(doc_);
+    }
+
+private:
+    [[noreturn]] void Fail(const std::string& at, const std::string& what) const {
+        throw InputError(at.empty() ? origin_ : origin_ + ": " + at, what);
+    }
+
+    json Parse(std::string_view text) const {
+        try {
+            return json::parse(text);
+        } catch (const json::parse_error& e) {
+            // Turn the byte offset into a line and column.
+            std::size_t line = 1, column = 1;
+            for (std::size_t i = 0; i + 1 < e.byte && i < text.size(); ++i) {
+                if (text[i] == '\n') {
+                    ++line;
+                    column = 1;
+                } else {
+                    ++column;
+                }
+            }
+            std::string what = e.what();
+            if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
+            throw InputError(origin_ + ":" + std::to_string(line) + ":" + std::to_string(column), what);
+        }
+    }
+
+    // ------------------------------------------------------------ values
+
+    double Value(const json& v, Quantity q, const std::string& at) const {
+        double x = 0.0;
+        if (v.is_number()) {
+            x = v.get<double>();
+        } else if (v.is_string()) {
+            try {
+                x = ParseQuantity(v.get<std::string>(), q, doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);
+            } catch (const UnitError& e) {
+                Fail(at, e.what());
+            }
+        } else {
+            Fail(at, std::string("expected a number or a value with its unit, not ") + v.type_name());
+        }
+        if (!std::isfinite(x)) Fail(at, "the value is not finite");
+        return x;
+    }
+
+    double NonNegative(const json& v, Quantity q, const std::string& at) const {
+        const double x = Value(v, q, at);
+        if (x < 0.0) Fail(at, "must not be negative");
+        return x;
+    }
+
+    double Positive(const json& v, Quantity q, const std::string& at) const {
+        const double x = Value(v, q, at);
+        if (!(x > 0.0)) Fail(at, "must be positive");
+        return x;
+    }
+
+    int Integer(const json& v, const std::string& at) const {
+        if (v.is_boolean()) return v.get<bool>() ? 1 : 0;
+        if (v.is_number_integer()) {
+            const auto n = v.get<long long>();
+            if (n < -2147483647LL || n > 2147483647LL) Fail(at, "the number is too large");
+            return static_cast<int>(n);
+        }
+        if (v.is_number_float()) {
+            const double d = v.get<double>();
+            if (std::isfinite(d) && d == std::floor(d) && std::abs(d) < 2147483647.0) return static_cast<int>(d);
+        }
+        Fail(at, std::string("expected a whole number, not ") + (v.is_string() ? "a text" : v.type_name()));
+    }
+
+    bool Bool(const json& v, const std::string& at) const {
+        if (!v.is_boolean()) Fail(at, "expected true or false");
+        return v.get<bool>();
+    }
+
+    std::string Text(const json& v, const std::string& at) const {
+        if (!v.is_string()) Fail(at, std::string("expected a text, not ") + v.type_name());
+        return v.get<std::string>();
+    }
+
+    //! Sets every key of `j` (but those in `skip`) through the object's member table.
+    void SetMembers(CObject& obj, const json& j, const std::string& at, const std::set<std::string>& skip) const {
+        const MemberTable& table = obj.MemberRows();
+        for (const auto& [key, value] : j.items()) {
+            if (skip.count(key) || IsNote(key)) continue;
+            const std::string where = Key(at, key);
+            const MemberRow* row = table.Find(key);
+            if (!row) Fail(where, std::string("unknown parameter '") + key + "' of " + obj.GetRuntimeClass()->m_lpszClassName);
+            if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
+            switch (row->type) {
+                case MemberType::Real: row->set(obj, Value(value, row->quantity, where)); break;
+                case MemberType::Integer: row->set(obj, Integer(value, where)); break;
+                case MemberType::Text: row->set(obj, Text(value, where)); break;
+                case MemberType::RealArray: row->set(obj, ComponentArray(value, where)); break;
+            }
+        }
+    }
+
+    std::vector<double> ComponentArray(const json& v, const std::string& at) const {
+        std::vector<double> a(static_cast<std::size_t>(doc_->NumberOfComponents()), 0.0);
+        if (v.is_array()) {
+            if (v.size() != a.size()) Fail(at, "expected one value per component (" + std::to_string(a.size()) + ")");
+            for (std::size_t i = 0; i < a.size(); ++i) a[i] = Value(v[i], Quantity::Dimensionless, Index(at, i));
+        } else if (v.is_object()) {
+            for (const auto& [name, x] : v.items()) {
+                const int i = doc_->GetComponentIndex(name);
+                if (i < 0) Fail(Key(at, name), "unknown component '" + name + "'");
+                a[static_cast<std::size_t>(i)] = Value(x, Quantity::Dimensionless, Key(at, name));
+            }
+        } else {
+            Fail(at, "expected a list or an object of values per component");
+        }
+        return a;
+    }
+
+    // ------------------------------------------------------------ sections
+
+    void ReadFlowsheetSection(const json& f) {
+        if (!f.is_object()) Fail("flowsheet", "expected an object");
+        for (const auto& [key, value] : f.items()) {
+            const std::string at = Key("flowsheet", key);
+            if (key == "name") {
+                doc_->title = Text(value, at);
+            } else if (key == "mode") {
+                const std::string mode = Text(value, at);
+                if (mode != "batch" && mode != "continuous") Fail(at, "expected \"batch\" or \"continuous\"");
+                doc_->SetBatchMode(mode == "batch");
+            } else if (key == "PlantBatchTime") {
+                doc_->SetPlantBatchTime(Positive(value, Quantity::Time, at));
+            } else if (key == "cost_year") {
+                const int year = Integer(value, at);
+                if (!HasPlantCostIndex(year)) {
+                    Fail(at, "no plant cost index for " + std::to_string(year) + "; the table covers " +
+                                 std::to_string(FirstCostIndexYear()) + " to " + std::to_string(LastCostIndexYear()));
+                }
+                doc_->costYear = year;
+            } else if (key == "question_policy") {
+                const std::string p = Text(value, at);
+                if (p == "no-change") doc_->questionPolicy = QuestionPolicy::NoChange;
+                else if (p == "yes") doc_->questionPolicy = QuestionPolicy::Yes;
+                else if (p == "no") doc_->questionPolicy = QuestionPolicy::No;
+                else if (p == "cancel") doc_->questionPolicy = QuestionPolicy::Cancel;
+                else Fail(at, "expected \"no-change\", \"yes\", \"no\" or \"cancel\"");
+            } else if (!IsNote(key)) {
+                Fail(at, "unknown key '" + key + "'");
+            }
+        }
+    }
+
+    void ReadComponents(const json& list) {
+        if (!list.is_array() || list.empty()) Fail("components", "expected a non-empty list of components");
+        const PropertyDatabase& db = PropertyDatabase::BuiltIn();
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::string at = Index("components", i);
+            const json& entry = list[i];
+            auto c = std::make_unique<CTalPureComponent>();
+            std::string name;
+            if (entry.is_string()) {
+                name = entry.get<std::string>();
+                const CTalPureComponent* base = db.FindComponent(name);
+                if (!base) Fail(at, "unknown component '" + name + "' (define it with its properties)");
+                *c = *base;
+            } else if (entry.is_object()) {
+                if (!entry.contains("name")) Fail(at, "a component needs a name");
+                name = Text(entry["name"], Key(at, "name"));
+                const std::string like = entry.contains("like") ? Text(entry["like"], Key(at, "like")) : name;
+                if (const CTalPureComponent* base = db.FindComponent(like)) {
+                    *c = *base;
+                } else if (entry.contains("like")) {
+                    Fail(Key(at, "like"), "unknown component '" + like + "'");
+                }
+                c->databaseName = db.FindComponent(like) ? like : std::string();
+                ApplyComponentProperties(*c, entry, origin_ + ": " + at, nullptr);
+            } else {
+                Fail(at, "expected a component name or an object");
+            }
+            c->name = name;
+            if (doc_->GetComponentIndex(name) >= 0) Fail(at, "component '" + name + "' is listed twice");
+            if (c->cpIdealGas.At(298.15) <= 0.0) c->cpIdealGas = c->cpLiquid;
+            if (c->cpLiquid.At(298.15) <= 0.0) c->cpLiquid = c->cpIdealGas;
+            CheckComponentComplete(*c, origin_ + ": " + at);
+            doc_->AddComponent(std::move(c));
+        }
+    }
+
+    void ReadAgents(const json& list) {
+        for (const auto& a : PropertyDatabase::BuiltIn().Agents()) {
+            doc_->AddAgent(std::make_unique<CTalHeatTransferAgent>(*a));
+        }
+        if (!list.is_array()) Fail("agents", "expected a list of agents");
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            doc_->AddAgent(ParseAgent(list[i], origin_ + ": " + Index("agents", i), nullptr));
+        }
+    }
+
+    void ReadStreams(const json& streams) {
+        if (!streams.is_object()) Fail("streams", "expected an object of streams by name");
+        for (const auto& [name, spec] : streams.items()) ReadFeed(name, spec, Key("streams", name));
+    }
+
+    void ReadFeed(const std::string& name, const json& spec, const std::string& at) {
+        if (!spec.is_object()) Fail(at, "expected an object");
+        auto feed = std::make_unique<CTalInputStream>(doc_->Comps(), name);
+        double T = 298.15, P = 101325.0;
+        bool hasFlows = false, hasTotal = false, hasComposition = false, byVolume = false;
+        double total = 0.0;
+        std::vector<double> flows(static_cast<std::size_t>(doc_->NumberOfComponents()), 0.0);
+        std::vector<double> fractions(flows.size(), 0.0);
+        for (const auto& [key, value] : spec.items()) {
+            const std::string where = Key(at, key);
+            if (key == "T") {
+                T = Positive(value, Quantity::Temperature, where);
+            } else if (key == "P") {
+                P = Positive(value, Quantity::Pressure, where);
+            } else if (key == "flows") {
+                if (!value.is_object()) Fail(where, "expected the flow of each component");
+                for (const auto& [comp, flow] : value.items()) {
+                    const int i = doc_->GetComponentIndex(comp);
+                    if (i < 0) Fail(Key(where, comp), "unknown component '" + comp + "' (not in the flowsheet's list)");
+                    flows[static_cast<std::size_t>(i)] = NonNegative(flow, Quantity::MassFlow, Key(where, comp));
+                }
+                hasFlows = true;
+            } else if (key == "mass_flow" || key == "volume_flow") {
+                if (hasTotal) Fail(where, "give either mass_flow or volume_flow");
+                byVolume = key == "volume_flow";
+                total = NonNegative(value, byVolume ? Quantity::VolumeFlow : Quantity::MassFlow, where);
+                hasTotal = true;
+            } else if (key == "composition") {
+                if (!value.is_object()) Fail(where, "expected the mass fraction of each component");
+                for (const auto& [comp, x] : value.items()) {
+                    const int i = doc_->GetComponentIndex(comp);
+                    if (i < 0) Fail(Key(where, comp), "unknown component '" + comp + "' (not in the flowsheet's list)");
+                    fractions[static_cast<std::size_t>(i)] = NonNegative(x, Quantity::Fraction, Key(where, comp));
+                }
+                hasComposition = true;
+            } else if (!IsNote(key)) {
+                Fail(where, "unknown key '" + key + "' of a stream");
+            }
+        }
+        if (hasFlows == (hasTotal || hasComposition)) Fail(at, "give either \"flows\" or a total flow with a \"composition\"");
+        if (hasTotal != hasComposition) Fail(at, "a total flow needs a \"composition\" and the other way round");
+        feed->SetTemp(T);
+        feed->SetPress(P);
+        for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+            const CTalPureComponent* pc = feed->GetPureComponent(i);
+            feed->SetComponentVaporFrac(i, pc->IsVolatileAt(T, P) ? 1.0 : 0.0);
+        }
+        if (hasComposition) {
+            double sum = 0.0;
+            for (double x : fractions) sum += x;
+            if (std::abs(sum - 1.0) > 1e-3) Fail(Key(at, "composition"), "the mass fractions add up to " + std::to_string(sum) + ", not 1");
+            for (std::size_t i = 0; i < flows.size(); ++i) flows[i] = fractions[i] / sum;
+        }
+        for (std::size_t i = 0; i < flows.size(); ++i) feed->SetComponentFlow(static_cast<int>(i), flows[i]);
+        if (hasComposition) {
+            if (byVolume) {
+                const double perKg = feed->VolFlow();
+                if (!(perKg > 0.0)) Fail(at, "the composition has no volume to give a volume flow");
+                feed->SetMassFlow(total / perKg);
+                feed->SetVolFlowSetByUser(true);
+            } else {
+                feed->SetMassFlow(total);
+            }
+        }
+        doc_->AddStream(std::move(feed));
+    }
+
+    // ------------------------------------------------------------ procedures
+
+    unsigned ProcedureType(const json& v, const std::string& at) const {
+        unsigned id = 0;
+        if (ParseNumberText(v, id)) {
+            if (!roster::FindProcedure(id)) Fail(at, "unknown procedure type " + v.dump());
+            return id;
+        }
+        if (v.is_string()) {
+            for (const auto& p : roster::Procedures()) {
+                if (p.mapName && v.get<std::string>() == p.mapName) return p.procedureId;
+            }
+        }
+        Fail(at, "unknown procedure type " + v.dump());
+    }
+
+    unsigned OperationModel(const json& v, const std::string& at) const {
+        unsigned id = 0;
+        if (ParseNumberText(v, id)) {
+            if (!roster::FindOperation(id)) Fail(at, "unknown operation model " + v.dump());
+            return id;
+        }
+        if (v.is_string()) {
+            const std::string name = v.get<std::string>();
+            for (const auto& op : roster::Operations()) {
+                if (name == op.className || (op.mapName && name == op.mapName)) return op.modelId;
+            }
+        }
+        Fail(at, "unknown operation model " + v.dump());
+    }
+
+    void ReadProcedures(const json& list) {
+        if (!list.is_array()) Fail("procedures", "expected a list of procedures");
+        std::vector<std::pair<CTalProcedure*, const json*>> made;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            made.emplace_back(&ReadProcedure(list[i], Index("procedures", i)), &list[i]);
+        }
+        // Inputs last, so that a procedure may use a stream that a later one makes.
+        for (std::size_t i = 0; i < made.size(); ++i) {
+            if (made[i].second->contains("inputs")) ConnectInputs(*made[i].first, (*made[i].second)["inputs"], Key(Index("procedures", i), "inputs"));
+        }
+    }
+
+    CTalProcedure& ReadProcedure(const json& j, const std::string& at) {
+        if (!j.is_object()) Fail(at, "expected an object");
+        static const std::set<std::string> kKeys = {"name", "type", "inputs", "outputs", "vent", "batch", "design",
+                                                    "HoldupTime", "CycleTime", "NumberOfCycles", "UtilFactor",
+                                                    "equipment", "operations"};
+        for (const auto& [key, value] : j.items()) {
+            if (!kKeys.count(key) && !IsNote(key)) Fail(Key(at, key), "unknown key '" + key + "' of a procedure");
+        }
+        if (!j.contains("type")) Fail(at, "a procedure needs its \"type\"");
+        const unsigned type = ProcedureType(j["type"], Key(at, "type"));
+        std::string name = j.contains("name") ? Text(j["name"], Key(at, "name"))
+                                              : "P-" + std::to_string(doc_->Procedures().size() + 1);
+        if (doc_->FindProcedure(name)) Fail(Key(at, "name"), "procedure '" + name + "' is defined twice");
+        CTalProcedure& proc = doc_->AddProcedure(CreateProcedureFromRoster(doc_.get(), name, type, false));
+        ReadProcedureSettings(proc, j, at);
+        ReadEquipment(proc, j, at);
+        ReadOperations(proc, j, at);
+        if (j.contains("outputs")) ConnectOutputs(proc, j["outputs"], Key(at, "outputs"));
+        if (j.contains("vent")) ConnectVent(proc, j["vent"], Key(at, "vent"));
+        return proc;
+    }
+
+    void ReadProcedureSettings(CTalProcedure& proc, const json& j, const std::string& at) const {
+        if (j.contains("batch")) proc.SetBatchMode(Bool(j["batch"], Key(at, "batch")));
+        if (j.contains("design")) proc.SetDesignMode(Bool(j["design"], Key(at, "design")));
+        if (j.contains("HoldupTime")) proc.SetHoldupTime(Positive(j["HoldupTime"], Quantity::Time, Key(at, "HoldupTime")));
+        if (j.contains("CycleTime")) proc.SetCycleTime(Positive(j["CycleTime"], Quantity::Time, Key(at, "CycleTime")));
+        if (j.contains("NumberOfCycles")) {
+            const int n = Integer(j["NumberOfCycles"], Key(at, "NumberOfCycles"));
+            if (n < 1) Fail(Key(at, "NumberOfCycles"), "must be at least 1");
+            proc.SetNumberOfCycles(n);
+        }
+        if (j.contains("UtilFactor")) {
+            const double f = Value(j["UtilFactor"], Quantity::Fraction, Key(at, "UtilFactor"));
+            if (!(f > 0.0) || f > 1.0) Fail(Key(at, "UtilFactor"), "must lie above 0 and at most 1");
+            proc.SetUtilFactor(f);
+        }
+    }
+
+    void ReadEquipment(CTalProcedure& proc, const json& j, const std::string& at) const {
+        const int typeId = EquipTypeIDFromRoster0(proc.UnitProcID());
+        const std::string where = Key(at, "equipment");
+        if (!typeId) {
+            if (j.contains("equipment")) Fail(where, "this procedure has no equipment");
+            return;
+        }
+        if (!proc.Equipment()) {
+            Fail(Key(at, "type"), std::string("the equipment ") + roster::FindEquipment(typeId)->className +
+                                      " of this procedure is not available in this version");
+        }
+        CTalEquipment& e = *proc.Equipment();
+        e.SetName(e.DefaultPrefix() + std::to_string(100 + doc_->Procedures().size()));
+        if (!j.contains("equipment")) return;
+        const json& spec = j["equipment"];
+        if (!spec.is_object()) Fail(where, "expected an object");
+        if (spec.contains("design")) proc.SetDesignMode(Bool(spec["design"], Key(where, "design")));
+        if (spec.contains("name")) e.SetName(Text(spec["name"], Key(where, "name")));
+        SetMembers(e, spec, where, {"design", "name"});
+        if (e.m_UserCostModel.baseYear > 0.0 && !HasPlantCostIndex(static_cast<int>(e.m_UserCostModel.baseYear))) {
+            Fail(Key(where, "UserCostBaseYear"), "no plant cost index for that year");
+        }
+    }
+
+    void ReadOperations(CTalProcedure& proc, const json& j, const std::string& at) const {
+        std::map<std::string, int> counters;
+        auto add = [&](unsigned id, const json* spec, const std::string& where) {
+            std::unique_ptr<CTalOperation> op = CreateOperationFromRoster0(&proc, id);
+            if (!op) {
+                Fail(where, std::string("the operation model ") + roster::FindOperation(id)->className +
+                                " is not available in this version");
+            }
+            CTalOperation& ref = *op;
+            proc.AddOperation(std::move(op));
+            ref.SetName(ref.DefaultPrefix() + std::to_string(++counters[ref.DefaultPrefix()]));
+            if (!spec) return;
+            if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
+            SetMembers(ref, *spec, where, {"model", "name"});
+        };
+        if (!j.contains("operations")) {
+            std::list<unsigned> ids;
+            DefaultOperIDsFromRoster0(proc.UnitProcID(), ids);
+            for (unsigned id : ids) add(id, nullptr, Key(at, "type"));
+            return;
+        }
+        const json& list = j["operations"];
+        if (!list.is_array()) Fail(Key(at, "operations"), "expected a list of operations");
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::string where = Index(Key(at, "operations"), i);
+            if (!list[i].is_object() || !list[i].contains("model")) Fail(where, "an operation needs its \"model\"");
+            add(OperationModel(list[i]["model"], Key(where, "model")), &list[i], where);
+        }
+        std::set<std::string> names;
+        for (int i = 0; i < proc.NumberOfOps(); ++i) {
+            if (!names.insert(proc.GetOp(i)->Name()).second) {
+                Fail(Key(at, "operations"), "two operations are named '" + proc.GetOp(i)->Name() + "'");
+            }
+        }
+    }
+
+    CTalStream& OutputStream(const std::string& name, const std::string& at) {
+        CTalStream* s = doc_->FindStream(name);
+        if (s) {
+            if (dynamic_cast<CTalInputStream*>(s)) Fail(at, "stream '" + name + "' is a feed and cannot be an output");
+            Fail(at, "stream '" + name + "' is connected twice as an output (already from " + s->Source()->Name() + ")");
+        }
+        return doc_->AddStream(std::make_unique<CTalStream>(doc_->Comps(), name));
+    }
+
+    void ConnectOutputs(CTalProcedure& proc, const json& list, const std::string& at) {
+        if (!list.is_array()) Fail(at, "expected a list of stream names, one per output port");
+        const int ports = proc.NumberOfOutPorts() - (proc.HasVentPort() ? 1 : 0);
+        if (static_cast<int>(list.size()) > ports) {
+            Fail(at, "procedure '" + proc.Name() + "' has " + std::to_string(ports) + " output ports, " +
+                         std::to_string(list.size()) + " outputs given");
+        }
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            if (list[i].is_null()) continue;
+            const std::string name = Text(list[i], Index(at, i));
+            int port = static_cast<int>(i);
+            if (proc.HasVentPort() && port >= proc.VentPortID()) ++port;
+            proc.ConnectOut(port, &OutputStream(name, Index(at, i)));
+        }
+    }
+
+    void ConnectVent(CTalProcedure& proc, const json& v, const std::string& at) {
+        if (!proc.HasVentPort()) Fail(at, "procedure '" + proc.Name() + "' has no vent port");
+        proc.ConnectOut(proc.VentPortID(), &OutputStream(Text(v, at), at));
+    }
+
+    void ConnectInputs(CTalProcedure& proc, const json& list, const std::string& at) {
+        if (!list.is_array()) Fail(at, "expected a list of stream names, one per input port");
+        if (static_cast<int>(list.size()) > proc.NumberOfInPorts()) {
+            Fail(at, "procedure '" + proc.Name() + "' has " + std::to_string(proc.NumberOfInPorts()) +
+                         " input ports, " + std::to_string(list.size()) + " inputs given");
+        }
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            if (list[i].is_null()) continue;
+            const std::string name = Text(list[i], Index(at, i));
+            CTalStream* s = doc_->FindStream(name);
+            if (!s) Fail(Index(at, i), "unknown stream '" + name + "' (neither a feed nor an output of a procedure)");
+            if (s->Destination()) {
+                Fail(Index(at, i), "stream '" + name + "' is connected twice as an input (already to " +
+                                       s->Destination()->Name() + ")");
+            }
+            proc.ConnectIn(static_cast<int>(i), s);
+        }
+    }
+
+    std::string origin_;
+    std::unique_ptr<CTalDocEss> doc_;
+};
+
+}  // namespace
+
+std::string ReadTextFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw InputError(path, "cannot open the file");
+    std::ostringstream buffer;
+    buffer << in.rdbuf();
+    if (in.bad()) throw InputError(path, "cannot read the file");
+    return buffer.str();
+}
+
+std::unique_ptr<CTalDocEss> LoadFlowsheet(std::string_view text, const std::string& origin) {
+    return Loader(origin).Load(text);
+}
+
+std::unique_ptr<CTalDocEss> LoadFlowsheetFile(const std::string& path) { return LoadFlowsheet(ReadTextFile(path), path); }
+
+std::string_view ExampleFlowsheetText() { return embedded::kExampleFlowsheet; }
+
+std::unique_ptr<CTalDocEss> LoadExampleFlowsheet() { return LoadFlowsheet(ExampleFlowsheetText(), "built-in example"); }
+
+}  // namespace unitops

@@ -1,0 +1,174 @@
+#include "unitops/io/reports.hpp"
+
+#include <algorithm>
+#include <string>
+
+namespace unitops {
+
+namespace {
+
+//! Runs `write` with the object in display units, as the reports show values.
+template <class T, class Write>
+void InDisplayUnits(T& obj, Write&& write) {
+    const bool wasInternal = obj.IsInInternalUnits() != 0;
+    if (wasInternal) obj.ConvertToDisplayUnits();
+    write();
+    if (wasInternal) obj.ConvertToInternalUnits();
+}
+
+void Rule(std::FILE* f, const char* title) {
+    std::fprintf(f, "\n==== %s ", title);
+    for (std::size_t i = std::char_traits<char>::length(title); i < 70; ++i) std::fputc('=', f);
+    std::fputc('\n', f);
+}
+
+
+// Prints a message text with its lines indented under the first.
+void WriteIndented(std::FILE* f, const std::string& text) {
+    std::string line;
+    bool first = true;
+    for (char c : text + "\n") {
+        if (c != '\n') {
+            line += c;
+            continue;
+        }
+        if (!line.empty() || first) std::fprintf(f, "%s%s\n", first ? "" : "      ", line.c_str());
+        first = false;
+        line.clear();
+    }
+}
+
+}  // namespace
+
+std::string OperationDescription(CTalOperation& op) {
+    std::string text;
+    InDisplayUnits(op, [&] { op.GetCustomDescription(text); });
+    return text;
+}
+
+void WriteMessages(std::FILE* f, const CTalDocEss& doc, const SimulationResult* result) {
+    Rule(f, "MESSAGES");
+    int count = 0;
+    if (result) {
+        for (const std::string& e : result->errors) {
+            std::fprintf(f, "error: %s\n", e.c_str());
+            ++count;
+        }
+    }
+    for (const auto& p : doc.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            const CTalOperation* op = p->GetOp(i);
+            for (const SimMessage& m : op->Messages()) {
+                std::fprintf(f, "%s / %s (%s): %s: ", p->Name().c_str(), op->Name().c_str(), op->IsA().c_str(),
+                             MsgKindName(m.kind));
+                WriteIndented(f, m.text);
+                ++count;
+            }
+        }
+    }
+    if (count == 0) std::fprintf(f, "No messages: every operation ended normally.\n");
+}
+
+void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
+    const bool perBatch = doc.IsBatchMode();
+    const double factor = perBatch ? doc.PlantBatchTime() : 3600.0;
+    const char* unit = perBatch ? "kg/batch" : "kg/h";
+    std::vector<const CTalStream*> streams;
+    for (const auto& s : doc.Streams()) streams.push_back(s.get());
+    Rule(f, "STREAM TABLE");
+    constexpr std::size_t kColumns = 6;
+    for (std::size_t first = 0; first < streams.size(); first += kColumns) {
+        const std::size_t last = std::min(first + kColumns, streams.size());
+        std::fprintf(f, "%-26s", (std::string("Stream (") + unit + ")").c_str());
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.14s", streams[k]->Name().c_str());
+        std::fprintf(f, "\n%-26s", "From / To");
+        for (std::size_t k = first; k < last; ++k) {
+            const CTalStream* s = streams[k];
+            const std::string ends = (s->Source() ? s->Source()->Name() : std::string("feed")) + ">" +
+                                     (s->Destination() ? s->Destination()->Name() : std::string("out"));
+            std::fprintf(f, " %14.14s", ends.c_str());
+        }
+        std::fputc('\n', f);
+        for (int i = 0; i < doc.NumberOfComponents(); ++i) {
+            std::fprintf(f, "%-26.26s", doc.Comps()->at(static_cast<std::size_t>(i))->name.c_str());
+            for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->ComponentFlow(i) * factor);
+            std::fputc('\n', f);
+        }
+        std::fprintf(f, "%-26s", "Total");
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->MassFlow() * factor);
+        std::fprintf(f, "\n%-26s", "Temperature (degC)");
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.3f", streams[k]->Temp() - 273.15);
+        std::fprintf(f, "\n%-26s", "Pressure (bar)");
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.5f", streams[k]->Press() / 1e5);
+        std::fprintf(f, "\n%-26s", perBatch ? "Volume (L/batch)" : "Volume flow (L/h)");
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.3f", streams[k]->VolFlow() * factor * 1000.0);
+        std::fprintf(f, "\n%-26s", "Vapour mass fraction");
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->TotalVaporMassFrac());
+        std::fprintf(f, "\n\n");
+    }
+}
+
+void WriteInputDataReport(std::FILE* f, CTalDocEss& doc) {
+    Rule(f, "INPUT DATA");
+    for (const auto& p : doc.Procedures()) {
+        std::fprintf(f, "\nProcedure %s (%s, %s, %s mode)\n", p->Name().c_str(),
+                     p->IsBatchMode() ? "batch" : "continuous", p->IsDesignMode() ? "design" : "rating",
+                     p->IsFlowsheetInBatchMode() ? "batch plant" : "continuous plant");
+        if (CTalEquipment* e = p->Equipment()) {
+            std::fprintf(f, "Equipment %s (%s)\n", e->Name().c_str(), e->IsA().c_str());
+            InDisplayUnits(*e, [&] { e->WriteIDR_Description(f); });
+        }
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            CTalOperation* op = p->GetOp(i);
+            std::fprintf(f, "\nOperation %s (%s): %s\n", op->Name().c_str(), op->IsA().c_str(),
+                         OperationDescription(*op).c_str());
+            InDisplayUnits(*op, [&] { op->WriteIDR_Description(f); });
+        }
+    }
+}
+
+void WriteEquipmentReport(std::FILE* f, CTalDocEss& doc, bool xls) {
+    Rule(f, "EQUIPMENT");
+    double total = 0.0;
+    for (const auto& p : doc.Procedures()) {
+        CTalEquipment* e = p->Equipment();
+        if (!e) continue;
+        if (xls) {
+            std::fprintf(f, "%s\t%s\t%s\t%d\n", p->Name().c_str(), e->Name().c_str(), e->IsA().c_str(), e->NumberOfUnits());
+            InDisplayUnits(*e, [&] { e->WriteEER_Description_XLS(f); });
+        } else {
+            std::fprintf(f, "\n%s in %s: %s, %d unit(s)\n", e->Name().c_str(), p->Name().c_str(), e->IsA().c_str(),
+                         e->NumberOfUnits());
+            InDisplayUnits(*e, [&] { e->WriteEER_Description(f); });
+        }
+        const CostTrace& t = e->CostComputation();
+        const double itemTotal = e->PurchaseCost() * e->NumberOfUnits();
+        total += itemTotal;
+        std::fprintf(f, "%sPurchase cost = $%.0f per unit, $%.0f for %d unit(s)\n", xls ? "\t" : "  ",
+                     e->PurchaseCost(), itemTotal, e->NumberOfUnits());
+        std::string how = t.method.empty() ? "none" : t.method;
+        if (!t.law.empty()) how += "; " + t.law;
+        if (t.sizeUsed != 0.0 || !t.sizeUnits.empty()) how += "; size " + std::to_string(t.sizeUsed) + " " + t.sizeUnits;
+        if (t.baseCost != 0.0) how += "; base cost $" + std::to_string(t.baseCost);
+        if (t.baseYear > 0.0) how += "; base year " + std::to_string(static_cast<int>(t.baseYear));
+        if (t.indexRatio != 1.0) how += "; cost index ratio " + std::to_string(t.indexRatio);
+        if (t.materialFactor != 1.0) how += "; material factor " + std::to_string(t.materialFactor);
+        for (const std::string& factor : t.factors) how += "; " + factor;
+        std::fprintf(f, "%s  (%s)\n", xls ? "\t" : "  ", how.c_str());
+    }
+    std::fprintf(f, "\nTotal purchase cost of equipment = $%.0f%s\n", total,
+                 doc.costYear > 0.0 ? (" (" + std::to_string(static_cast<int>(doc.costYear)) + " dollars)").c_str() : "");
+}
+
+void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult* result, bool xls) {
+    std::fprintf(f, "Flowsheet: %s (%s plant", doc.title.empty() ? "unnamed" : doc.title.c_str(),
+                 doc.IsBatchMode() ? "batch" : "continuous");
+    if (doc.IsBatchMode()) std::fprintf(f, ", plant batch time %.2f h", doc.PlantBatchTime() / 3600.0);
+    std::fprintf(f, ")\n");
+    WriteMessages(f, doc, result);
+    WriteStreamTable(f, doc);
+    WriteInputDataReport(f, doc);
+    WriteEquipmentReport(f, doc, xls);
+}
+
+}  // namespace unitops

@@ -1,0 +1,123 @@
+#include "unitops/models/throughput/throughput_op.hpp"
+
+#include "unitops/contract/procedure.hpp"
+#include "unitops/models/throughput/throughput_equipment.hpp"
+
+namespace unitops {
+
+namespace {
+DisplayUnit ThroughputDisplay(const CObject& o) { return static_cast<const CTalThroughputOp&>(o).ThroughputUnit(); }
+}  // namespace
+
+const MemberTable& CTalThroughputOp::Members() {
+    using namespace members;
+    static const MemberTable table(CTalOperation::Members(), {
+        Real("Throughput", &CTalThroughputOp::m_Throughput, Quantity::MassFlow).Shown(&ThroughputDisplay),
+    });
+    return table;
+}
+
+TAL_IMPLEMENT_CLASS(CTalThroughputOp, CTalOperation)
+TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalDiscreteThroughputOp, CTalThroughputOp)
+
+void CTalThroughputOp::Serialize(CArchive& ar) {
+    CTalOperation::Serialize(ar);
+    SerializeOwnMembers(ar, Members());
+}
+
+CTalThroughputEquipment* CTalThroughputOp::EquipmentT() const {
+    return dynamic_cast<CTalThroughputEquipment*>(Equipment());
+}
+
+void CTalThroughputOp::UpdateThroughput() {
+    const CTalStream* s = ThroughputStream();
+    if (!s) return;
+    m_Throughput = s->MassFlow(kPerSecond, false) / UtilFactor();
+    if (!m_IsInInternalUnits) m_Throughput *= 3600.0;
+}
+
+void CTalThroughputOp::InitSimModelParams() {
+    CTalOperation::InitSimModelParams();
+    m_ProcessTimeMode = 1;
+    m_ProcessTime = 3600.0;
+    m_ProcessTimePQ.SetUnits(3);
+    m_SetupTime = 0.0;
+    m_SetupTimePQ.SetUnits(2);
+    m_Throughput = 0.0;
+    m_SpecPowerPQ.Init(11, 0xB01, 0);
+    m_PowerMode = 2;
+}
+
+int CTalThroughputOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
+    return WithInternalUnits(*this, [&] {
+        if (InGroup(group, 20)) {
+            if (m_PowerMode == 1 && m_Power < 0.0) return ReportRange(page, 0x601, "Power", 0x641);
+            if (m_PowerMode == 2 && m_SpecPower < 0.0) return ReportRange(page, 0x601, "Specific Power", 0x641);
+        }
+        if (InGroup(group, 2) && IsBatchMode()) {
+            if (IsDesignMode()) {
+                if (m_ProcessTime < 1e-15) return ReportRange(page, 0x601, "Process Time", 0x640);
+            } else if (m_ProcessTimeMode == 2) {
+                if (m_Throughput < 1e-15) return ReportRange(page, 0x601, "Throughput", 0x640);
+                const CTalThroughputEquipment* e = EquipmentT();
+                if (e && e->RatedThroughput() < m_Throughput) {
+                    return ReportMessage(page, 0x601,
+                                   "The operating throughput cannot be greater than the equipment's rated throughput.",
+                                   0, kStopBox);
+                }
+            } else if (m_ProcessTimeMode == 1 && m_ProcessTime < 1e-15) {
+                return ReportRange(page, 0x601, "Process Time", 0x641);
+            }
+        }
+        return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
+    });
+}
+
+int CTalThroughputOp::WriteIDR_Description(std::FILE* f) {
+    CTalOperation::WriteIDR_Description(f);
+    if (m_ProcessTimeMode != 1) std::fprintf(f, "Throughput (kg/h)              = %-15.2lf\n", m_Throughput);
+    return 1;
+}
+
+void AppendThroughputTail(const CTalThroughputOp& op, std::string& text, const char* throughputUnits) {
+    if (op.IsOpDescriptionShort() || !op.IsBatchMode()) return;
+    char buffer[128];
+    if (!op.IsProcessTimeCalculated()) {
+        std::snprintf(buffer, sizeof buffer, " for %.1lf %s", op.ProcessTime(), op.ProcessTimeUnits().UnitsName().c_str());
+    } else {
+        std::snprintf(buffer, sizeof buffer, " at a throughput of %.2lf %s", op.Throughput(), throughputUnits);
+    }
+    text += buffer;
+}
+
+// ---------------------------------------------------------------- discrete entities
+
+CTalDiscreteThroughputEquipment* CTalDiscreteThroughputOp::EquipmentT() const {
+    return dynamic_cast<CTalDiscreteThroughputEquipment*>(Equipment());
+}
+
+CTalDiscreteEntity* CTalDiscreteThroughputOp::Entity() const { return m_Owner ? m_Owner->Entity() : nullptr; }
+
+void CTalDiscreteThroughputOp::UpdateThroughput() {
+    const CTalStream* s = ThroughputStream();
+    if (!s) return;
+    const CTalDiscreteEntity* entity = Entity();
+    const double conv = entity ? entity->BulkConvF() : 0.0;
+    if (!entity || conv <= 1e-15) return;
+    const double q = entity->IsBulkConvFMass() ? s->MassFlow(kPerSecond, false) : s->VolFlow(kPerSecond, false);
+    m_Throughput = q / (UtilFactor() * conv);
+    if (!m_IsInInternalUnits) m_Throughput *= 60.0;
+}
+
+void CTalDiscreteThroughputOp::InitSimModelParams() {
+    CTalThroughputOp::InitSimModelParams();
+    m_SpecPowerPQ.Init(13, 0xD01, 0);
+    m_PowerMode = 2;
+}
+
+void CTalDiscreteThroughputOp::GetCustomDescription(std::string& text) const {
+    text = "Process discrete entities";
+    AppendThroughputTail(*this, text, "entities/min");
+}
+
+}  // namespace unitops

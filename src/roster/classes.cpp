@@ -1,0 +1,35 @@
+// Every class of the library that can be created by name: the host's persisted classes and
+// the models. A model becomes available to the factories and the archive by its line here.
+#include "unitops/contract/stream.hpp"
+#include "unitops/models/throughput/stream_mixing.hpp"
+#include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/roster/roster.hpp"
+
+namespace unitops {
+
+const ClassRegistry& RosterClasses() {
+    static const ClassRegistry registry = [] {
+        ClassRegistry r;
+        for (const CRuntimeClass* c : {
+                 // Host
+                 RUNTIME_CLASS(CTalSModel), RUNTIME_CLASS(CTalStateStream), RUNTIME_CLASS(CTalStream),
+                 RUNTIME_CLASS(CTalInputStream), RUNTIME_CLASS(CTalEmissionStream),
+                 RUNTIME_CLASS(CTalOperation), RUNTIME_CLASS(CTalEquipment),
+                 // Throughput operations and equipment
+                 RUNTIME_CLASS(CTalThroughputOp), RUNTIME_CLASS(CTalDiscreteThroughputOp),
+                 RUNTIME_CLASS(CTalTwoStreamMixing), RUNTIME_CLASS(CTalThreeStreamMixing),
+                 RUNTIME_CLASS(CTalFourStreamMixing), RUNTIME_CLASS(CTalFiveStreamMixing),
+                 RUNTIME_CLASS(CTalSixStreamMixing), RUNTIME_CLASS(CTalSevenStreamMixing),
+                 RUNTIME_CLASS(CTalEightStreamMixing), RUNTIME_CLASS(CTalNineStreamMixing),
+                 RUNTIME_CLASS(CTalThroughputEquipment), RUNTIME_CLASS(CTalDiscreteThroughputEquipment),
+                 RUNTIME_CLASS(CTalMixer), RUNTIME_CLASS(CTalFlowSplitter), RUNTIME_CLASS(CTalCompSplitter),
+                 RUNTIME_CLASS(CTalGenericBox),
+             }) {
+            r.Register(c);
+        }
+        return r;
+    }();
+    return registry;
+}
+
+}  // namespace unitops

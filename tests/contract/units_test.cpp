@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include "unitops/contract/units.hpp"
+
+namespace unitops {
+namespace {
+
+struct Case {
+    const char* text;
+    Quantity q;
+    double si;
+};
+
+class ParseQuantityTest : public ::testing::TestWithParam<Case> {};
+
+TEST_P(ParseQuantityTest, ConvertsToSI) {
+    const Case& c = GetParam();
+    EXPECT_NEAR(ParseQuantity(c.text, c.q), c.si, 1e-12 * std::max(1.0, std::abs(c.si))) << c.text;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Units, ParseQuantityTest,
+    ::testing::Values(Case{"1200 kg/h", Quantity::MassFlow, 1200.0 / 3600.0}, Case{"25 degC", Quantity::Temperature, 298.15},
+                      Case{"-10 degC", Quantity::Temperature, 263.15}, Case{"212 degF", Quantity::Temperature, 373.15},
+                      Case{"1.5 bar", Quantity::Pressure, 150000.0}, Case{"1 atm", Quantity::Pressure, 101325.0},
+                      Case{"2 h", Quantity::Time, 7200.0}, Case{"90 %", Quantity::Fraction, 0.9},
+                      Case{"0.9", Quantity::Fraction, 0.9}, Case{"100 L", Quantity::Volume, 0.1},
+                      Case{"6 m3/h", Quantity::VolumeFlow, 6.0 / 3600.0}, Case{"30 L/min", Quantity::VolumeFlow, 5e-4},
+                      Case{"0.05 kW/(kg/s)", Quantity::SpecificPower, 50.0}, Case{"4.18 kJ/(kg K)", Quantity::HeatCapacity, 4180.0},
+                      Case{"1000 kg/m3", Quantity::Density, 1000.0}, Case{"1.1622 kcal/h", Quantity::Power, 1.1622 * 1.1622},
+                      Case{"2 m^2", Quantity::Area, 2.0}, Case{"1e-9 m2/s", Quantity::Diffusivity, 1e-9},
+                      Case{"3 kg m^-3", Quantity::Density, 3.0}, Case{" 7 ", Quantity::Time, 7.0}));
+
+TEST(ParseQuantity, BatchUnitNeedsABatchTime) {
+    EXPECT_NEAR(ParseQuantity("500 kg/batch", Quantity::MassFlow, 36000.0), 500.0 / 36000.0, 1e-15);
+    EXPECT_THROW(ParseQuantity("500 kg/batch", Quantity::MassFlow, 0.0), UnitError);
+}
+
+TEST(ParseQuantity, RefusesUnitsOfAnotherQuantity) {
+    for (const char* text : {"25 kg", "3 bar", "1200 kg/h/h", "2 h"}) {
+        EXPECT_THROW(ParseQuantity(text, Quantity::Temperature), UnitError) << text;
+    }
+    EXPECT_THROW(ParseQuantity("1200 kg", Quantity::MassFlow), UnitError);
+}
+
+TEST(ParseQuantity, RefusesMalformedText) {
+    for (const char* text : {"", "kg", "abc kg/h", "1 furlong", "1 kg/(h", "1 kg)/h", "1 kg^99", "nan kg", "1e400 kg"}) {
+        EXPECT_THROW(ParseQuantity(text, Quantity::Mass), UnitError) << text;
+    }
+}
+
+TEST(ParseQuantity, MessageNamesTheQuantity) {
+    try {
+        ParseQuantity("3 bar", Quantity::MassFlow);
+        FAIL();
+    } catch (const UnitError& e) {
+        EXPECT_NE(std::string(e.what()).find("mass flow"), std::string::npos) << e.what();
+    }
+}
+
+TEST(DisplayUnit, RoundTripsWithOffset) {
+    EXPECT_DOUBLE_EQ(display::kDegC.ToDisplay(298.15), 25.0);
+    EXPECT_DOUBLE_EQ(display::kDegC.ToInternal(25.0), 298.15);
+    EXPECT_NEAR(display::kKcalPerHour.ToDisplay(1.1622), 1.0, 1e-15);
+    EXPECT_DOUBLE_EQ(display::kAtm.ToDisplay(101300.0), 1.0);
+}
+
+}  // namespace
+}  // namespace unitops

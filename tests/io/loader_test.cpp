@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/models/throughput/stream_mixing.hpp"
+#include "unitops/models/throughput/throughput_equipment.hpp"
+
+namespace unitops {
+namespace {
+
+const char* kMinimal = R"json({
+  "flowsheet": {"name": "t", "mode": "continuous"},
+  "components": ["Water", "Ethanol"],
+  "streams": {
+    "A": {"T": "20 degC", "flows": {"Water": "1000 kg/h"}},
+    "B": {"T": "60 degC", "P": "2 bar", "mass_flow": "100 kg/h", "composition": {"Water": 0.5, "Ethanol": "50 %"}}
+  },
+  "procedures": [
+    {"name": "P-1", "type": "0xA087", "inputs": ["A", "B"], "outputs": ["C"],
+     "equipment": {"design": false, "RatedThroughput": "2000 kg/h", "NumberOfUnits": 2},
+     "operations": [{"model": "0xA822", "name": "MIX-1", "SpecPower": "0.1 kW/(kg/s)"}]}
+  ]
+})json";
+
+// The error message of loading `text`, or "" if it loads.
+std::string LoadError(const std::string& text) {
+    try {
+        LoadFlowsheet(text, "test.json");
+    } catch (const InputError& e) {
+        return e.what();
+    }
+    return "";
+}
+
+// kMinimal with one substring replaced.
+std::string Edited(const std::string& from, const std::string& to) {
+    std::string s = kMinimal;
+    const auto pos = s.find(from);
+    EXPECT_NE(pos, std::string::npos) << from;
+    return s.replace(pos, from.size(), to);
+}
+
+TEST(FlowsheetLoader, BuildsProceduresStreamsAndParameters) {
+    auto doc = LoadFlowsheet(kMinimal, "test.json");
+    ASSERT_EQ(doc->Procedures().size(), 1u);
+    CTalProcedure& p = *doc->Procedures()[0];
+    EXPECT_FALSE(p.IsDesignMode());
+    auto& e = dynamic_cast<CTalThroughputEquipment&>(*p.Equipment());
+    EXPECT_NEAR(e.RatedThroughput(), 2000.0 / 3600, 1e-15);
+    EXPECT_EQ(e.NumberOfUnits(), 2);
+    auto& op = dynamic_cast<CTalTwoStreamMixing&>(*p.GetOp(0));
+    EXPECT_EQ(op.Name(), "MIX-1");
+    EXPECT_DOUBLE_EQ(op.SpecPower(), 100.0);
+    const CTalStream* b = doc->FindStream("B");
+    ASSERT_NE(b, nullptr);
+    EXPECT_NEAR(b->ComponentFlow(1), 50.0 / 3600, 1e-15);
+    EXPECT_DOUBLE_EQ(b->Press(), 2e5);
+    EXPECT_NE(doc->FindStream("C"), nullptr);
+    EXPECT_EQ(doc->FindStream("C")->Source(), &p);
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    EXPECT_NEAR(doc->FindStream("C")->MassFlow() * 3600, 1100.0, 1e-9);
+}
+
+TEST(FlowsheetLoader, OmittedOperationsMeanTheDefaultOne) {
+    auto doc = LoadFlowsheet(Edited(R"x(,
+     "operations": [{"model": "0xA822", "name": "MIX-1", "SpecPower": "0.1 kW/(kg/s)"}])x", ""), "t");
+    ASSERT_EQ(doc->Procedures()[0]->NumberOfOps(), 1);
+    EXPECT_EQ(doc->Procedures()[0]->GetOp(0)->ModelID(), 0xA822u);
+    EXPECT_EQ(doc->Procedures()[0]->GetOp(0)->Name(), "MIX-1");
+}
+
+TEST(FlowsheetLoader, BatchFeedsMayBeGivenPerBatch) {
+    std::string text = Edited(R"("mode": "continuous"})", R"("mode": "batch", "PlantBatchTime": "10 h"})");
+    text.replace(text.find("1000 kg/h"), 9, "500 kg/batch");
+    auto doc = LoadFlowsheet(text, "t");
+    EXPECT_NEAR(doc->FindStream("A")->MassFlow(), 500.0 / 36000, 1e-15);
+}
+
+struct BadInput {
+    const char* name;
+    std::string text;
+    const char* expected;  // a piece of the message
+};
+
+class FlowsheetLoaderErrors : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(FlowsheetLoaderErrors, GiveOneClearMessageWithItsLocation) {
+    const std::string message = LoadError(GetParam().text);
+    ASSERT_FALSE(message.empty()) << "loaded without error";
+    EXPECT_NE(message.find(GetParam().expected), std::string::npos) << message;
+    EXPECT_EQ(message.rfind("test.json", 0), 0u) << message;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    BadFiles, FlowsheetLoaderErrors,
+    ::testing::Values(
+        BadInput{"Malformed", Edited(R"("name": "t",)", R"("name": "t")"), "test.json:2:"},
+        BadInput{"UnknownComponent", Edited(R"(["Water", "Ethanol"])", R"(["Water", "Ethanol", "Unobtainium"])"),
+                 "components[2]: unknown component 'Unobtainium'"},
+        BadInput{"UnknownProcedure", Edited("0xA087", "0xA0FF"), "procedures[0].type: unknown procedure type"},
+        BadInput{"UnknownModel", Edited(R"("model": "0xA822")", R"("model": "CTalNothing")"), "operations[0].model"},
+        BadInput{"StreamConnectedTwice", Edited(R"(["A", "B"])", R"(["A", "A"])"), "connected twice"},
+        BadInput{"NegativeFlow", Edited("1000 kg/h", "-1000 kg/h"), "streams.A.flows.Water: must not be negative"},
+        BadInput{"UnitOfAnotherQuantity", Edited("1000 kg/h", "1000 kg"), "streams.A.flows.Water"},
+        BadInput{"UnknownParameter", Edited(R"("SpecPower")", R"("SpecPowr")"), "unknown parameter 'SpecPowr'"},
+        BadInput{"ResultCannotBeSet", Edited(R"("SpecPower")", R"("CapacityUtilF")"), "is a result"},
+        BadInput{"FeedAsOutput", Edited(R"(["C"])", R"(["A"])"), "is a feed"},
+        BadInput{"UnknownStream", Edited(R"(["A", "B"])", R"(["A", "Z"])"), "unknown stream 'Z'"},
+        BadInput{"TooManyInputs", Edited(R"(["A", "B"])", R"(["A", "B", "C"])"), "has 2 input ports"},
+        BadInput{"UnknownSection", Edited(R"("streams")", R"("streems")"), "unknown section"},
+        BadInput{"CompositionNotOne", Edited(R"("Ethanol": "50 %")", R"("Ethanol": "40 %")"), "add up to"},
+        BadInput{"CostYearOutsideTheIndex", Edited(R"("mode": "continuous")", R"("mode": "continuous", "cost_year": 1850)"),
+                 "no plant cost index for 1850"},
+        BadInput{"WholeNumberExpected", Edited(R"("NumberOfUnits": 2)", R"("NumberOfUnits": 2.5)"), "whole number"},
+        BadInput{"NotAnObject", "[1, 2]", "must be a JSON object"},
+        BadInput{"Truncated", std::string(kMinimal).substr(0, 120), "test.json:"}),
+    [](const ::testing::TestParamInfo<BadInput>& p) { return std::string(p.param.name); });
+
+}  // namespace
+}  // namespace unitops
