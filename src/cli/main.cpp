@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "unitops/contract/archive.hpp"
+#include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/reports.hpp"
@@ -73,6 +74,42 @@ int Models(bool json) {
     return 0;
 }
 
+// Line breaks written as \n, so that each message stays on one line of the listing.
+std::string Escaped(std::string_view text) {
+    std::string out;
+    for (char c : text) {
+        if (c == '\n') {
+            out += "\\n";
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+int Messages(const std::string& key) {
+    if (key.empty()) {
+        for (const MessageEntry& e : LibraryMessages()) std::printf("%u\t%s\n", e.key, Escaped(e.text).c_str());
+        return 0;
+    }
+    unsigned number = 0;
+    try {
+        std::size_t used = 0;
+        const unsigned long n = std::stoul(key, &used, 0);
+        if (used != key.size() || n > 0xFFFFFFFFul) throw std::invalid_argument(key);
+        number = static_cast<unsigned>(n);
+    } catch (const std::exception&) {
+        throw InputError("messages", "'" + key + "' is not a message number");
+    }
+    const std::string text = IsHostMessageNumber(number) ? std::string(HostMessage(number)) : std::string(LibraryMessage(number));
+    if (text.empty()) {
+        std::fprintf(stderr, "unitops: no message %u\n", number);
+        return kExitBadInput;
+    }
+    std::printf("%s\n", text.c_str());
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -94,10 +131,15 @@ int main(int argc, char** argv) {
     CLI::App* models = app.add_subcommand("models", "List every operation, equipment type, procedure and icon");
     models->add_flag("--json", modelsJson, "Print the roster as JSON");
 
+    std::string messageKey;
+    CLI::App* messages = app.add_subcommand("messages", "Print a numbered message, or the whole table as key<TAB>text");
+    messages->add_option("KEY", messageKey, "Message number (decimal or 0x hexadecimal)");
+
     CLI11_PARSE(app, argc, argv);
     try {
         if (*validate) return Validate(validateFile);
         if (*models) return Models(modelsJson);
+        if (*messages) return Messages(messageKey);
         return Simulate(*simulate ? file : std::string(), jsonOut, xls);
     } catch (const InputError& e) {
         std::fprintf(stderr, "unitops: error: %s\n", e.what());

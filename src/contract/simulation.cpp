@@ -88,7 +88,16 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order) {
     for (CTalProcedure* p : order) {
         p->PrepareInitialState();
         p->Solve(false);
+        SizeByDefault(*p);
     }
+}
+
+// Equipment that holds material but that no operation sized in this pass (a vessel procedure
+// without operations, say) is sized from the largest contents of the procedure's states.
+void Simulator::SizeByDefault(CTalProcedure& p) {
+    CTalEquipment* e = p.Equipment();
+    if (!e || !e->IsSizingBasedOnVolume() || e->m_IsSizedInThisRun || !p.IsDesignMode()) return;
+    e->CalcDefaultSize(&p, nullptr);
 }
 
 // Moves the flows that operations asked for onto the feeds; true if anything changed enough

@@ -40,6 +40,7 @@ public:
 private:
     bool CheckConnections(std::vector<std::string>& errors);
     void RunPass(const std::vector<CTalProcedure*>& order);
+    void SizeByDefault(CTalProcedure& p);
     bool ApplyBids();
 
     CTalDocEss& doc_;
