@@ -3,6 +3,7 @@
 #include "unitops/contract/stream.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/vessel/tanks.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -24,6 +25,12 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalThroughputEquipment), RUNTIME_CLASS(CTalDiscreteThroughputEquipment),
                  RUNTIME_CLASS(CTalMixer), RUNTIME_CLASS(CTalFlowSplitter), RUNTIME_CLASS(CTalCompSplitter),
                  RUNTIME_CLASS(CTalGenericBox),
+                 // Vessels and tanks
+                 RUNTIME_CLASS(CTalVessel), RUNTIME_CLASS(CTalVerticalVessel), RUNTIME_CLASS(CTalHorizontalVessel),
+                 RUNTIME_CLASS(CTalStirJacketVessel), RUNTIME_CLASS(CTalBlendingTank), RUNTIME_CLASS(CTalFBTank),
+                 RUNTIME_CLASS(CTalReceiverTank), RUNTIME_CLASS(CTalVOLTank), RUNTIME_CLASS(CTalPlasticBag),
+                 RUNTIME_CLASS(CTalBatchGenericBox), RUNTIME_CLASS(CTalHorizontalTank),
+                 RUNTIME_CLASS(CTalDecantingTank), RUNTIME_CLASS(CTalPFR),
              }) {
             r.Register(c);
         }
