@@ -100,9 +100,12 @@ void CTalProcedure::PrepareInitialState() {
     first->Zero(true, false);
 }
 
+// Each operation finds the state after it holding a copy of the state before it, so that an
+// operation that ends abnormally leaves the contents as they were.
 int CTalProcedure::Solve(bool skipSizing, bool) {
     int result = 1;
     for (int i = 0; i < NumberOfOps(); ++i) {
+        GetState(i)->CopyDataInto(*GetState(i + 1), 1);
         if (!GetOp(i)->Solve(GetState(i), GetState(i + 1), skipSizing ? 1 : 0)) result = 0;
     }
     return result;

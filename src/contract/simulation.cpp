@@ -1,5 +1,7 @@
 #include "unitops/contract/simulation.hpp"
 
+#include "unitops/contract/back_propagation.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -62,7 +64,7 @@ bool Simulator::CheckConnections(std::vector<std::string>& errors) {
     for (const auto& p : doc_.Procedures()) {
         for (int i = 0; i < p->NumberOfOps(); ++i) {
             CTalOperation* op = p->GetOp(i);
-            op->PrepareForSimulation();
+            op->ClearMessages();
             if (!op->IsAdequatelyConnectedForSimulation(&window) || !op->IsReadyForSimulation(&window)) {
                 std::string why;
                 for (const SimMessage& m : op->Messages()) why += (why.empty() ? "" : " ") + m.text;
@@ -75,6 +77,8 @@ bool Simulator::CheckConnections(std::vector<std::string>& errors) {
     return ok;
 }
 
+// One sweep over all procedures. Sizes start over, the streams that procedures make start
+// empty (batch operations add to them), and each operation's messages are those of this sweep.
 void Simulator::RunPass(const std::vector<CTalProcedure*>& order) {
     for (const auto& s : doc_.Streams()) {
         if (!s->IsInput()) s->Zero(false, true);
@@ -83,7 +87,7 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order) {
     for (const auto& p : doc_.Procedures()) {
         if (CTalEquipment* e = p->Equipment()) e->m_IsSizedInThisRun = 0;
         p->ClearStateBids();
-        for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->PrepareForSimulation();
+        for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->ClearMessages();
     }
     for (CTalProcedure* p : order) {
         p->PrepareInitialState();
@@ -100,22 +104,6 @@ void Simulator::SizeByDefault(CTalProcedure& p) {
     e->CalcDefaultSize(&p, nullptr);
 }
 
-// Moves the flows that operations asked for onto the feeds; true if anything changed enough
-// to need another pass.
-bool Simulator::ApplyBids() {
-    bool changed = false;
-    for (const auto& s : doc_.Streams()) {
-        if (!s->HasBPGFlowBid() || !s->IsInput()) continue;
-        const double now = s->MassFlow();
-        const double want = s->BPGFlowBid();
-        if (std::abs(want - now) > options_.relativeTolerance * std::max(std::abs(now), 1e-12)) {
-            s->SetMassFlow(want);
-            changed = true;
-        }
-    }
-    return changed;
-}
-
 SimulationResult Simulator::Run() {
     SimulationResult result;
     std::string error;
@@ -128,12 +116,24 @@ SimulationResult Simulator::Run() {
     for (const auto& s : doc_.Streams()) {
         if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->RestoreDefinition();
     }
+    // Per-run state of the models (amounts that back-propagation left) is reset once: the sweeps
+    // that follow carry the absorbed demands until they settle.
+    for (const auto& p : doc_.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->PrepareForSimulation();
+    }
+    BackPropagation bpg(doc_, options_.relativeTolerance);
     for (result.passes = 1;; ++result.passes) {
         RunPass(result.order);
-        if (!ApplyBids()) break;
+        std::vector<std::string> problems;
+        const bool changed = bpg.ApplyBids(problems);
+        if (!changed) {
+            result.warnings = problems;
+            break;
+        }
         if (result.passes >= options_.maxPasses) {
             result.errors.push_back("back-propagation did not settle in " + std::to_string(options_.maxPasses) +
                                     " passes; the results are those of the last pass");
+            result.warnings = problems;
             break;
         }
     }
@@ -144,7 +144,7 @@ SimulationResult Simulator::Run() {
             e->CalcPurchaseCost(nullptr);
         }
     }
-    result.completed = true;
+    result.completed = result.errors.empty();
     return result;
 }
 

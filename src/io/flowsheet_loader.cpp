@@ -370,15 +370,19 @@ private:
         Fail(at, "unknown operation model " + v.dump());
     }
 
+    // Procedures are read in three rounds: each with its outputs, then all inputs (a procedure may
+    // use a stream that a later one makes), then equipment and operations, whose parameters may
+    // name the streams on their ports.
     void ReadProcedures(const json& list) {
         if (!list.is_array()) Fail("procedures", "expected a list of procedures");
-        std::vector<std::pair<CTalProcedure*, const json*>> made;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            made.emplace_back(&ReadProcedure(list[i], Index("procedures", i)), &list[i]);
-        }
-        // Inputs last, so that a procedure may use a stream that a later one makes.
+        std::vector<CTalProcedure*> made;
+        for (std::size_t i = 0; i < list.size(); ++i) made.push_back(&ReadProcedure(list[i], Index("procedures", i)));
         for (std::size_t i = 0; i < made.size(); ++i) {
-            if (made[i].second->contains("inputs")) ConnectInputs(*made[i].first, (*made[i].second)["inputs"], Key(Index("procedures", i), "inputs"));
+            if (list[i].contains("inputs")) ConnectInputs(*made[i], list[i]["inputs"], Key(Index("procedures", i), "inputs"));
+        }
+        for (std::size_t i = 0; i < made.size(); ++i) {
+            ReadEquipment(*made[i], list[i], Index("procedures", i));
+            ReadOperations(*made[i], list[i], Index("procedures", i));
         }
     }
 
@@ -397,8 +401,6 @@ private:
         if (doc_->FindProcedure(name)) Fail(Key(at, "name"), "procedure '" + name + "' is defined twice");
         CTalProcedure& proc = doc_->AddProcedure(CreateProcedureFromRoster(doc_.get(), name, type, false));
         ReadProcedureSettings(proc, j, at);
-        ReadEquipment(proc, j, at);
-        ReadOperations(proc, j, at);
         if (j.contains("outputs")) ConnectOutputs(proc, j["outputs"], Key(at, "outputs"));
         if (j.contains("vent")) ConnectVent(proc, j["vent"], Key(at, "vent"));
         return proc;
@@ -433,7 +435,7 @@ private:
                                       " of this procedure is not available in this version");
         }
         CTalEquipment& e = *proc.Equipment();
-        e.SetName(e.DefaultPrefix() + std::to_string(100 + doc_->Procedures().size()));
+        e.SetName(e.DefaultPrefix() + std::to_string(101 + doc_->GetProcedureIndex(&proc)));
         if (!j.contains("equipment")) return;
         const json& spec = j["equipment"];
         if (!spec.is_object()) Fail(where, "expected an object");

@@ -54,6 +54,10 @@ void WriteMessages(std::FILE* f, const CTalDocEss& doc, const SimulationResult* 
             std::fprintf(f, "error: %s\n", e.c_str());
             ++count;
         }
+        for (const std::string& w : result->warnings) {
+            std::fprintf(f, "warning: %s\n", w.c_str());
+            ++count;
+        }
     }
     for (const auto& p : doc.Procedures()) {
         for (int i = 0; i < p->NumberOfOps(); ++i) {
@@ -165,6 +169,7 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
                  doc.IsBatchMode() ? "batch" : "continuous");
     if (doc.IsBatchMode()) std::fprintf(f, ", plant batch time %.2f h", doc.PlantBatchTime() / 3600.0);
     std::fprintf(f, ")\n");
+    if (result && result->passes > 1) std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
     WriteMessages(f, doc, result);
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);

@@ -67,6 +67,7 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     json messages = json::array();
     if (result) {
         for (const std::string& e : result->errors) messages.push_back({{"kind", "error"}, {"text", e}});
+        for (const std::string& w : result->warnings) messages.push_back({{"kind", "warning"}, {"text", w}});
     }
     for (const auto& p : doc.Procedures()) {
         json proc;

@@ -4,6 +4,8 @@
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
+#include "unitops/models/vessel/transfer.hpp"
+#include "unitops/models/vessel/vessel_op.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -31,6 +33,10 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalReceiverTank), RUNTIME_CLASS(CTalVOLTank), RUNTIME_CLASS(CTalPlasticBag),
                  RUNTIME_CLASS(CTalBatchGenericBox), RUNTIME_CLASS(CTalHorizontalTank),
                  RUNTIME_CLASS(CTalDecantingTank), RUNTIME_CLASS(CTalPFR),
+                 // Operations in a vessel and transfers
+                 RUNTIME_CLASS(CTalVesselOp), RUNTIME_CLASS(CTalThermalVesselOp), RUNTIME_CLASS(CTalTransferOp),
+                 RUNTIME_CLASS(CTalTransferInOp), RUNTIME_CLASS(CTalChargeOp), RUNTIME_CLASS(CTalTransferOutOp),
+                 RUNTIME_CLASS(CTalPullOutOp),
              }) {
             r.Register(c);
         }

@@ -14,14 +14,15 @@ namespace unitops {
 class CWnd {};
 
 struct SimulationOptions {
-    int maxPasses = 25;            //!< passes allowed for back-propagation to settle
-    double relativeTolerance = 1e-9;
+    int maxPasses = 25;            //!< sweeps allowed for back-propagation to settle
+    double relativeTolerance = 1e-9;  //!< a bid within this share of what arrives is met
 };
 
 struct SimulationResult {
     bool completed = false;                //!< the passes ran (models may still have warned)
     int passes = 0;
     std::vector<std::string> errors;       //!< why the run could not start or settle
+    std::vector<std::string> warnings;     //!< demands that back-propagation could not meet
     std::vector<CTalProcedure*> order;
 };
 
@@ -41,7 +42,6 @@ private:
     bool CheckConnections(std::vector<std::string>& errors);
     void RunPass(const std::vector<CTalProcedure*>& order);
     void SizeByDefault(CTalProcedure& p);
-    bool ApplyBids();
 
     CTalDocEss& doc_;
     SimulationOptions options_;

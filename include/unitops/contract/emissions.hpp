@@ -1,0 +1,56 @@
+#pragma once
+// Emissions of an operation to the vent of its procedure: whether they are calculated,
+// which components may leave, and the laws by which head-space gas leaves the vessel.
+
+#include <vector>
+
+#include "unitops/contract/object.hpp"
+#include "unitops/contract/stream.hpp"
+
+namespace unitops {
+
+class CArchive;
+class CTalOperation;
+
+class CTalEmissions {
+public:
+    virtual ~CTalEmissions() = default;
+
+    void SetOwner(CTalOperation* op) { owner_ = op; }
+    CTalOperation* Owner() const { return owner_; }
+    bool PerformEmissionCalcs() const { return perform_ != 0; }
+    void SetPerformEmissionCalcs(bool on) { perform_ = on ? 1 : 0; }
+    //! Share of a component's head-space gas that may leave; 1 (all) unless set.
+    void SetEmissionFrac(int i, double f);
+    double EmissionFrac(int i) const;
+    bool IsEmissionSet(int i) const;
+    bool IsEmitted(int i) const { return EmissionFrac(i) > 0.0; }
+
+    virtual void Serialize(CArchive& ar);
+
+protected:
+    CTalOperation* owner_ = nullptr;
+    int perform_ = 0;
+    std::vector<double> fractions_;  // empty: every component may leave in full
+};
+
+class CTalEmissionsSpec : public CTalEmissions {
+public:
+    //! The output port of the vent stream; -1 for the procedure's own vent port.
+    int GaseousPortID() const { return gaseousPort_; }
+    void SetGaseousPortID(int port) { gaseousPort_ = port; }
+
+    //! Material entering a vessel pushes out head-space gas. Before the charge the gas filled
+    //! `freeVolume + displacedVolume`; afterwards only `freeVolume` is left, so at constant
+    //! temperature and pressure the share displaced / (free + displaced) of each component of
+    //! `gas` leaves (times its emission fraction). What leaves is moved from `gas` into `emission`.
+    void CalcDisplacementEmissions(CTalSModel& liquid, CTalSModel& gas, CTalSModel& emission, double freeVolume,
+                                   double displacedVolume) const;
+
+    void Serialize(CArchive& ar) override;
+
+private:
+    int gaseousPort_ = -1;
+};
+
+}  // namespace unitops

@@ -1,0 +1,69 @@
+#include "unitops/contract/emissions.hpp"
+
+#include <algorithm>
+
+#include "unitops/contract/archive.hpp"
+
+namespace unitops {
+
+void CTalEmissions::SetEmissionFrac(int i, double f) {
+    if (i < 0) return;
+    const auto k = static_cast<std::size_t>(i);
+    if (fractions_.size() <= k) fractions_.resize(k + 1, -1.0);
+    fractions_[k] = std::clamp(f, 0.0, 1.0);
+}
+
+double CTalEmissions::EmissionFrac(int i) const {
+    return IsEmissionSet(i) ? fractions_[static_cast<std::size_t>(i)] : 1.0;
+}
+
+bool CTalEmissions::IsEmissionSet(int i) const {
+    return i >= 0 && static_cast<std::size_t>(i) < fractions_.size() && fractions_[static_cast<std::size_t>(i)] >= 0.0;
+}
+
+void CTalEmissions::Serialize(CArchive& ar) {
+    if (ar.IsStoring()) {
+        ar.WriteWord(perform_);
+        ar << static_cast<std::int32_t>(fractions_.size());
+        for (double f : fractions_) ar << f;
+        return;
+    }
+    perform_ = ar.ReadWord();
+    std::int32_t n = 0;
+    ar >> n;
+    if (n < 0 || static_cast<std::size_t>(n) > (ar.Bytes().size() - ar.Position()) / sizeof(double)) {
+        ar.Fail("bad count of emission fractions");
+    }
+    fractions_.assign(static_cast<std::size_t>(n), 0.0);
+    for (double& f : fractions_) ar >> f;
+}
+
+void CTalEmissionsSpec::CalcDisplacementEmissions(CTalSModel&, CTalSModel& gas, CTalSModel& emission,
+                                                  double freeVolume, double displacedVolume) const {
+    emission.Zero(false, true);
+    emission.SetTemp(gas.Temp());
+    emission.SetPress(gas.Press());
+    const double total = freeVolume + displacedVolume;
+    if (!(total > 0.0) || !(displacedVolume > 0.0)) return;
+    const double share = std::min(displacedVolume / total, 1.0);
+    for (int i = 0; i < gas.NumberOfComponents(); ++i) {
+        const double leaving = gas.ComponentFlow(i) * share * EmissionFrac(i);
+        if (leaving <= 0.0) continue;
+        emission.SetComponentFlow(i, leaving);
+        emission.SetComponentVaporFrac(i, 1.0);
+        gas.SetComponentFlow(i, gas.ComponentFlow(i) - leaving);
+    }
+}
+
+void CTalEmissionsSpec::Serialize(CArchive& ar) {
+    CTalEmissions::Serialize(ar);
+    if (ar.IsStoring()) {
+        ar << static_cast<std::int32_t>(gaseousPort_);
+    } else {
+        std::int32_t port = 0;
+        ar >> port;
+        gaseousPort_ = port;
+    }
+}
+
+}  // namespace unitops
