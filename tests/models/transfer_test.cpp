@@ -1,0 +1,273 @@
+// Transfers into and out of vessels: charge, transfer in, transfer out, pull out.
+#include <gtest/gtest.h>
+
+#include "support/test_flowsheet.hpp"
+#include "unitops/contract/message_table.hpp"
+#include "unitops/contract/simulation.hpp"
+#include "unitops/models/vessel/tanks.hpp"
+#include "unitops/models/vessel/transfer.hpp"
+
+namespace unitops {
+namespace {
+
+// A vessel procedure in a batch plant of 10 h with one water feed on input port 0.
+class TransferTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        doc = test::MakeDoc({"Water", "Nitrogen", "Oxygen"}, true);
+        doc->SetPlantBatchTime(36000.0);
+        proc = &test::AddProcedure(*doc, "P-1", 0xA010);
+        vessel = dynamic_cast<CTalVessel*>(proc->Equipment());
+        vessel->m_UsesDefaultContents = 0;
+        feed = &test::AddFeed(*doc, "FEED", {3600.0 / 36000.0, 0.0, 0.0}, 293.15);  // 3600 kg/batch
+        proc->ConnectIn(0, feed);
+        out = &test::AddStream(*doc, "OUT");
+        proc->ConnectOut(0, out);
+    }
+    template <class T>
+    T& Add(int portId) {
+        auto made = CTalOperation::Create<T>(proc);
+        T& ref = *made;
+        ref.SetPortID(portId);
+        ref.SetName(ref.DefaultPrefix() + std::to_string(proc->NumberOfOps() + 1));
+        proc->AddOperation(std::move(made));
+        return ref;
+    }
+    double RhoWater() const { return doc->Comps()->at(0)->liqSolDensity; }
+
+    std::unique_ptr<CTalDocEss> doc;
+    CTalProcedure* proc = nullptr;
+    CTalVessel* vessel = nullptr;
+    CTalInputStream* feed = nullptr;
+    CTalStream* out = nullptr;
+};
+
+TEST_F(TransferTest, ChargeFillsAndSizesTheVessel) {
+    CTalChargeOp& charge = Add<CTalChargeOp>(1);
+    charge.m_FlowBasis = CTalTransferOp::kMassBasis;
+    charge.m_MassFlowRate = 1.0;  // kg/s
+    ASSERT_EQ(proc->Solve(false), 1) << (charge.Messages().empty() ? "" : charge.Messages()[0].text);
+    EXPECT_NEAR(proc->GetState(1)->MassFlow() * 36000.0, 3600.0, 1e-9);
+    // 3600 kg at 1 kg/s: one hour.
+    EXPECT_NEAR(charge.ProcessTime(), 3600.0, 1e-9);
+    EXPECT_NEAR(charge.m_VolFlowRate, 1.0 / RhoWater(), 1e-12);
+    // The vessel takes the final volume at the largest filling of 90 %.
+    const double liquid = 3600.0 / RhoWater();
+    EXPECT_NEAR(vessel->Volume(), liquid / 0.9, 1e-9);
+    EXPECT_NEAR(charge.m_Volumes.finalVolumeRatio, 0.9, 1e-12);
+    EXPECT_NEAR(charge.CapacityUtilF(), 1.0, 1e-12);
+}
+
+TEST_F(TransferTest, TimeAndRateByModeAndBasis) {
+    CTalChargeOp& charge = Add<CTalChargeOp>(1);
+    charge.SetProcessTimeMode(1);
+    charge.SetProcessTime(7200.0);
+    proc->Solve(false);
+    EXPECT_NEAR(charge.m_MassFlowRate, 3600.0 / 7200.0, 1e-12);
+    charge.SetProcessTimeMode(2);
+    charge.m_FlowBasis = CTalTransferOp::kVolumeBasis;
+    charge.m_VolFlowRate = 0.0;
+    proc->Solve(false);
+    EXPECT_EQ(charge.ProcessTime(), 0.0);  // into a vessel: a zero volume rate gives no time
+    charge.m_FlowBasis = CTalTransferOp::kMassBasis;
+    charge.m_MassFlowRate = 0.0;
+    proc->Solve(false);
+    EXPECT_EQ(charge.ProcessTime(), 1e-15);
+}
+
+TEST_F(TransferTest, TransferOutWithAZeroVolumeRateTakesTheSmallestTime) {
+    Add<CTalChargeOp>(1);
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    tout.m_FlowBasis = CTalTransferOp::kVolumeBasis;
+    tout.m_VolFlowRate = 0.0;
+    proc->Solve(false);
+    EXPECT_EQ(tout.ProcessTime(), 1e-15);
+}
+
+TEST_F(TransferTest, TransferOutSendsAShareOfTheLiquidAndKeepsTheGas) {
+    vessel->m_UsesDefaultContents = 1;  // air before the batch
+    Add<CTalChargeOp>(1);
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    tout.m_FractionOut = 0.25;
+    proc->PrepareInitialState();
+    ASSERT_EQ(proc->Solve(false), 1);
+    EXPECT_NEAR(out->MassFlow() * 36000.0, 900.0, 1e-9);
+    EXPECT_EQ(out->ComponentFlow(1), 0.0);  // the air stays in the vessel
+    EXPECT_NEAR(proc->GetState(2)->ComponentFlow(1), proc->GetState(0)->ComponentFlow(1), 1e-18);
+    EXPECT_NEAR(tout.m_MassOut, 900.0, 1e-9);
+    EXPECT_NEAR(tout.m_VolumeOut, 900.0 / RhoWater(), 1e-12);
+    // A second transfer out to the same stream adds to it.
+    CTalTransferOutOp& again = Add<CTalTransferOutOp>(-1);
+    again.m_FractionOut = 1.0;
+    ASSERT_EQ(proc->Solve(false), 1);
+    EXPECT_NEAR(out->MassFlow() * 36000.0, 900.0 + 900.0 + 2700.0, 1e-6);  // the stream was not emptied between solves
+}
+
+TEST_F(TransferTest, TransferOutOfMoreThanTheVesselHoldsWithoutBackPropagation) {
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);  // nothing brings material in before it
+    proc->GetState(0)->SetComponentFlow(0, 0.1);
+    tout.m_TransferOutMode = CTalTransferOutOp::kMassOut;
+    tout.m_MassOut = 5000.0;
+    EXPECT_EQ(proc->Solve(false), 0);
+    ASSERT_EQ(tout.Messages().size(), 1u);
+    EXPECT_EQ(tout.Messages()[0].help, 0x30u);
+    const std::string& text = tout.Messages()[0].text;
+    EXPECT_EQ(text.rfind("Unable to scale up contents. Reason:\n\n", 0), 0u);
+    EXPECT_NE(text.find("transfer-out requirements.\n5000.0000  kg/batch was requested, but only \n3600.0000  kg/batch existed."),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\nMaximum possible amount will be pulled out (nothing will be left)"), std::string::npos);
+    EXPECT_DOUBLE_EQ(tout.m_FractionOut, 1.0);
+    EXPECT_NEAR(out->MassFlow(), 0.1, 1e-15);
+    proc->SetNumberOfCycles(2);
+    proc->Solve(false);
+    EXPECT_NE(tout.Messages().back().text.find("pull-out requirements.\n"), std::string::npos);
+    EXPECT_NE(tout.Messages().back().text.find("kg/cycle/batch was requested"), std::string::npos);
+}
+
+TEST_F(TransferTest, TransferOutOfMoreThanHeldAsksForMoreContents) {
+    Add<CTalChargeOp>(1);
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    tout.m_TransferOutMode = CTalTransferOutOp::kMassOut;
+    tout.m_MassOut = 4000.0;
+    EXPECT_EQ(proc->Solve(false), 1);
+    ASSERT_EQ(proc->StateBids().size(), 1u);
+    EXPECT_EQ(proc->StateBids()[0].state, proc->GetState(1));
+    EXPECT_NEAR(proc->StateBids()[0].kgPerS, 4000.0 / 36000.0, 1e-15);
+    EXPECT_DOUBLE_EQ(tout.m_FractionOut, 1.0);  // everything moves in this sweep
+    // The host then raises the feed and the next sweep moves the demand.
+    const SimulationResult r = Simulator(*doc).Run();
+    ASSERT_TRUE(r.completed);
+    EXPECT_GT(r.passes, 1);
+    EXPECT_NEAR(feed->MassFlow() * 36000.0, 4000.0, 1e-6);
+    EXPECT_NEAR(out->MassFlow() * 36000.0, 4000.0, 1e-6);
+}
+
+TEST_F(TransferTest, MissingStreamOrMaterialEndsAbnormally) {
+    CTalChargeOp& charge = Add<CTalChargeOp>(3);  // port 2 has no stream
+    EXPECT_EQ(proc->Solve(false), 0);
+    EXPECT_EQ(charge.LastResult(), -1);
+    EXPECT_EQ(charge.Messages()[0].text, "No stream is attached to the 'Charge' port.\nCharge calculations will be skipped.\n");
+    auto& tin = Add<CTalTransferInOp>(3);
+    proc->Solve(false);
+    EXPECT_EQ(tin.Messages()[0].text,
+              "No stream is attached to the 'Transfer In' port.\nTransfer In calculations will be skipped.\n");
+    charge.SetPortID(1);
+    feed->Zero(false, true);
+    proc->Solve(false);
+    EXPECT_EQ(charge.Messages().back().text,
+              "The 'Charge' stream has zero material flow.\nCharge Time/Rate calculations will be skipped.\n");
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    proc->Solve(false);
+    EXPECT_EQ(tout.Messages()[0].text,
+              "There is no material in the vessel to transfer out.\nTransfer Time/Rate calculations will be skipped.\n");
+    EXPECT_EQ(proc->GetState(3)->MassFlow(), proc->GetState(2)->MassFlow());  // the contents pass through
+}
+
+TEST_F(TransferTest, PullOutWithoutDemandMovesTheFloor) {
+    Add<CTalChargeOp>(1);
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
+    pull.PrepareForSimulation();
+    ASSERT_EQ(proc->Solve(false), 1);
+    EXPECT_DOUBLE_EQ(out->MassFlow(), 1e-7);
+    EXPECT_NEAR(pull.m_AmountPulled, 36000.0 * 1e-7, 1e-15);
+    EXPECT_NEAR(pull.m_AmountAvailable, 3600.0, 1e-9);
+    EXPECT_NEAR(proc->GetState(2)->MassFlow(), 0.1 - 1e-7, 1e-15);
+    // A demand taken in moves that amount in the next solve.
+    pull.AbsorbBPG(0.0, 0.05, out);
+    EXPECT_EQ(pull.m_IsAmountAbsorbed, 1);
+    EXPECT_NEAR(pull.m_AmountPulled, 1800.0, 1e-9);
+    proc->Solve(false);
+    EXPECT_NEAR(out->MassFlow(), 0.05, 1e-15);
+    EXPECT_NEAR(pull.m_MassOut, 1800.0, 1e-9);
+    EXPECT_NEAR(pull.m_FractionOut, 0.5, 1e-12);
+    pull.AbsorbBPG(1.5, 0.0, out);
+    EXPECT_NEAR(pull.m_AmountPulled, 2700.0, 1e-9);
+}
+
+TEST_F(TransferTest, PullOutAskedMoreThanHeldWithoutBackPropagation) {
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
+    proc->GetState(0)->SetComponentFlow(0, 0.01);
+    pull.PrepareForSimulation();
+    pull.AbsorbBPG(0.0, 0.02, out);
+    EXPECT_EQ(proc->Solve(false), 0);
+    EXPECT_NE(pull.Messages()[0].text.find("\n\nMaterial balances will not close."), std::string::npos);
+    EXPECT_NEAR(out->MassFlow(), 0.02, 1e-15);  // the stream gets the full amount regardless
+    EXPECT_NEAR(proc->GetState(1)->MassFlow(), 0.01, 1e-15);
+}
+
+TEST_F(TransferTest, ValidationAndQuestions) {
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(0);
+    ValidationSink sink;
+    EXPECT_EQ(tout.IsSimDataComplete(23, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().text, "Operating Conditions: " + std::string(LibraryMessage(0x300D)));
+    tout.SetPortID(-1);
+    tout.m_TransferOutMode = CTalTransferOutOp::kMassOut;
+    EXPECT_EQ(tout.IsSimDataComplete(2, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Mass Transfered Out");
+    tout.m_MassOut = 10.0;
+    tout.m_FlowBasis = CTalTransferOp::kMassBasis;
+    tout.m_MassFlowRate = 0.0;
+    EXPECT_EQ(tout.IsSimDataComplete(0, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Mass Flow Rate");
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(0);
+    EXPECT_EQ(pull.IsSimDataComplete(0, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().text, "Operating Conditions: " + std::string(LibraryMessage(0x300F)));
+
+    // A transfer to another procedure offers the stream's destination.
+    CTalProcedure& next = test::AddProcedure(*doc, "P-2", 0xA010, false);
+    next.ConnectIn(0, out);
+    tout.m_MassFlowRate = 1.0;
+    EXPECT_EQ(tout.IsSimDataComplete(2, &sink, false, 1), 1);
+    EXPECT_EQ(tout.TransferProcedure(), nullptr);  // the answer that changes nothing: No
+    ValidationSink yes(QuestionPolicy::Yes), cancel(QuestionPolicy::Cancel);
+    EXPECT_EQ(tout.IsSimDataComplete(2, &cancel, false, 1), 0);
+    EXPECT_EQ(tout.IsSimDataComplete(2, &yes, false, 1), 1);
+    EXPECT_EQ(tout.TransferProcedure(), &next);
+    EXPECT_NE(yes.Questions()[0].find("Procedure: P-2 ?"), std::string::npos);
+}
+
+TEST_F(TransferTest, ConnectionRulesOfChargeAndTransferIn) {
+    CWnd window;
+    CTalTransferInOp& tin = Add<CTalTransferInOp>(1);  // on the feed: not allowed
+    EXPECT_EQ(tin.IsAdequatelyConnectedForSimulation(&window), 0);
+    EXPECT_NE(tin.Messages().back().text.find("Stream on input port # 1 in procedure"), std::string::npos);
+    CTalChargeOp& charge = Add<CTalChargeOp>(1);
+    EXPECT_EQ(charge.IsAdequatelyConnectedForSimulation(&window), 1);
+    CTalProcedure& up = test::AddProcedure(*doc, "P-0", 0xA010, false);
+    CTalStream& between = test::AddStream(*doc, "MID");
+    up.ConnectOut(0, &between);
+    proc->ConnectIn(1, &between);
+    charge.SetPortID(2);
+    EXPECT_EQ(charge.IsAdequatelyConnectedForSimulation(&window), 0);
+    tin.SetPortID(2);
+    EXPECT_EQ(tin.IsAdequatelyConnectedForSimulation(&window), 1);
+}
+
+TEST_F(TransferTest, Descriptions) {
+    CTalChargeOp& charge = Add<CTalChargeOp>(1);
+    std::string text;
+    charge.GetCustomDescription(text);
+    EXPECT_EQ(text, "Charge 3600.000 kg of Water, using stream 'FEED'");
+    charge.SetOpDescriptionShort(true);
+    charge.GetCustomDescription(text);
+    EXPECT_EQ(text, "Charge 3600.000 kg of Water,");
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    tout.m_TransferOutMode = CTalTransferOutOp::kMassOut;
+    tout.m_MassOut = 12.5;
+    tout.m_FlowBasis = CTalTransferOp::kMassBasis;
+    tout.m_MassFlowRate = 2.0;
+    tout.ConvertToDisplayUnits();
+    tout.GetCustomDescription(text);
+    EXPECT_EQ(text, "Transfer 12.50 kg to Unknown at 120.000 kg/min");
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
+    pull.GetCustomDescription(text);
+    EXPECT_EQ(text, "Allow Unknown in Unspecified (yet) to pull out material, using stream 'OUT'");
+    auto& tin = Add<CTalTransferInOp>(1);
+    tin.ConvertToDisplayUnits();
+    tin.GetCustomDescription(text);
+    EXPECT_EQ(text, "Transfer in for 0.00 min from Unknown");
+}
+
+}  // namespace
+}  // namespace unitops
