@@ -683,6 +683,29 @@ void CTalSModel::Serialize(CArchive& ar) {
     for (ComponentState& s : c_) ar >> s.flow >> s.vapor >> s.liquid >> s.extra >> s.memory;
 }
 
+DisplayUnit CTalSModel::GetUserSelUnits(Quantity q) const {
+    for (const auto& [quantity, unit] : userUnits_) {
+        if (quantity == q) return unit;
+    }
+    switch (q) {
+        case Quantity::MassFlow: return display::kKgPerHour;
+        case Quantity::Temperature: return display::kDegC;
+        case Quantity::Pressure: return display::kBar;
+        case Quantity::VolumeFlow: return display::kLitrePerMin;
+        default: return display::kNone;
+    }
+}
+
+void CTalSModel::SetUserSelUnits(Quantity q, DisplayUnit u) {
+    for (auto& [quantity, unit] : userUnits_) {
+        if (quantity == q) {
+            unit = u;
+            return;
+        }
+    }
+    userUnits_.emplace_back(q, u);
+}
+
 // ---------------------------------------------------------------- state streams
 
 std::unique_ptr<CTalStateStream> CTalStateStream::CreateCopy(CTalProcedure* owner, int flag) const {

@@ -436,8 +436,11 @@ private:
         }
         CTalEquipment& e = *proc.Equipment();
         e.SetName(e.DefaultPrefix() + std::to_string(101 + doc_->GetProcedureIndex(&proc)));
-        if (!j.contains("equipment")) return;
-        const json& spec = j["equipment"];
+        if (j.contains("equipment")) ReadEquipmentSettings(proc, e, j["equipment"], where);
+        e.VesselCalcDimensions();  // a rated vessel shows the dimensions of its given volume
+    }
+
+    void ReadEquipmentSettings(CTalProcedure& proc, CTalEquipment& e, const json& spec, const std::string& where) const {
         if (!spec.is_object()) Fail(where, "expected an object");
         if (spec.contains("design")) proc.SetDesignMode(Bool(spec["design"], Key(where, "design")));
         if (spec.contains("name")) e.SetName(Text(spec["name"], Key(where, "name")));

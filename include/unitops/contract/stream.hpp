@@ -13,12 +13,14 @@
 
 #include "unitops/contract/component.hpp"
 #include "unitops/contract/object.hpp"
+#include "unitops/contract/units.hpp"
 
 namespace unitops {
 
 class CTalProcedure;
 class CTalOperation;
 class CTalDocEss;
+class CTalProcBlock;
 
 //! Time basis of a flow: per second, per hour, per batch.
 enum FlowrateTimeRef { kPerSecond = 0, kPerHour = 1, kPerBatch = 2 };
@@ -137,6 +139,19 @@ public:
 
     void Serialize(CArchive& ar) override;
 
+    // Bookkeeping. States hold SI values at all times, so the unit conversions have nothing to do.
+    void ConvertToInternalUnits() {}
+    void ConvertToDisplayUnits() {}
+    //! 0 a state, 1 a stream between procedures or at an edge, 2 a feed, 3 an emission.
+    virtual int StreamTypeID() const { return 0; }
+    //! The flowsheet block that draws the stream; null for states.
+    CTalProcBlock* FBBlock() const { return block_; }
+    void SetFBBlock(CTalProcBlock* b) { block_ = b; }
+    //! The display unit the user picked for a kind of quantity, and its factor from SI.
+    DisplayUnit GetUserSelUnits(Quantity q) const;
+    double GetConvFForUserSelUnits(Quantity q) const { return GetUserSelUnits(q).factor; }
+    void SetUserSelUnits(Quantity q, DisplayUnit u);
+
 protected:
     struct ComponentState {
         double flow = 0.0;    // kg/s
@@ -157,6 +172,8 @@ protected:
     std::vector<ComponentState> c_;
     double T_ = 298.15;
     double P_ = 101325.0;
+    CTalProcBlock* block_ = nullptr;
+    std::vector<std::pair<Quantity, DisplayUnit>> userUnits_;
 };
 
 //! Contents of a vessel before or after an operation; owned by its procedure.
@@ -184,6 +201,7 @@ class CTalStream : public CTalSModel {
 public:
     CTalStream() = default;
     CTalStream(const ComponentList* comps, std::string name) : CTalSModel(comps), name_(std::move(name)) {}
+    int StreamTypeID() const override { return 1; }
 
     const std::string& Name() const { return name_; }
     void SetName(std::string n) { name_ = std::move(n); }
@@ -224,6 +242,7 @@ class CTalInputStream : public CTalStream {
     TAL_DECLARE_CLASS(CTalInputStream)
 public:
     using CTalStream::CTalStream;
+    int StreamTypeID() const override { return 2; }
 
     int NumberOfIngredients() const;
     bool IsIngredientPresent(std::string_view name, int = 0) const;
@@ -245,6 +264,7 @@ class CTalEmissionStream : public CTalSModel {
     TAL_DECLARE_CLASS(CTalEmissionStream)
 public:
     using CTalSModel::CTalSModel;
+    int StreamTypeID() const override { return 3; }
 };
 
 }  // namespace unitops
