@@ -559,7 +559,7 @@ private:
         }
         bool costed = false;
         TransferFlag(ar_, costed, "cost flag");
-        if (costed) costed_.push_back(&item);
+        if (costed) costed_.emplace_back(&item, at);
     }
 
     void ReadOperations(CTalProcedure& p) {
@@ -611,14 +611,18 @@ private:
             if (CTalEquipment* e = p->Equipment()) e->OnNotifyAfterDocOpening();
             for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->OnNotifyAfterDocOpening();
         }
-        for (CTalEquipment* e : costed_) e->CalcPurchaseCost(nullptr);
+        for (const auto& [e, at] : costed_) {
+            if (!std::isfinite(e->CalcPurchaseCost(nullptr))) {
+                Fail(at, "the purchase cost of '" + e->Name() + "' is not a finite number with the data of the file");
+            }
+        }
     }
 
     CArchive ar_;
     ReferenceTable refs_;
     std::unique_ptr<CTalDocEss> doc_;
     CTalProcedure* current_ = nullptr;
-    std::vector<CTalEquipment*> costed_;
+    std::vector<std::pair<CTalEquipment*, std::size_t>> costed_;  // with the offset of each record
 };
 
 }  // namespace

@@ -135,7 +135,6 @@ private:
     double version_ = 0.0;
     double storeVersion_ = std::numeric_limits<double>::infinity();
     bool finiteOnly_ = false;
-    const CRuntimeClass* expected_ = nullptr;
     std::function<void(CObject&)> prepare_;
     // Store side: indices of classes and objects already written (shared numbering, from 1).
     std::map<const void*, std::uint32_t> storedIndex_;
