@@ -504,7 +504,9 @@ private:
                 Fail(where, "procedure '" + p.Name() + "' is connected to the unknown stream " + std::to_string(index));
             }
             CTalStream* s = doc_->Streams()[static_cast<std::size_t>(index)].get();
-            if (inputs ? s->Destination() != nullptr : (s->Source() != nullptr || dynamic_cast<CTalInputStream*>(s))) {
+            const bool taken = inputs ? s->Destination() != nullptr : s->Source() != nullptr;
+            const bool feedAsOutput = !inputs && dynamic_cast<CTalInputStream*>(s);
+            if (taken || feedAsOutput) {
                 Fail(where, "stream '" + s->Name() + "' cannot be " + (inputs ? "an input" : "an output") + " of '" +
                                 p.Name() + "': it is a feed or already connected");
             }
@@ -550,6 +552,8 @@ private:
         if (!e != !entry) Fail(at, "procedure '" + p.Name() + "' must " + (entry ? "" : "not ") + "hold equipment");
         if (!e) return;
         CTalEquipment& item = *e;
+        const double baseYear = item.m_UserCostModel.baseYear;
+        if (baseYear != 0.0 && !IsCostIndexYear(baseYear)) Fail(at, "no plant cost index for the base year of the user's cost model");
         p.SetEquipment(std::move(e));
         bool hasContents = false;
         TransferFlag(ar_, hasContents, "default contents flag");

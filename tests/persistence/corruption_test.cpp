@@ -153,6 +153,30 @@ TEST(DamagedFile, ValuesThatAreNotNumbersAreRefused) {
     ExpectFailure(bytes, "the state of stream 'S-101' has no positive T and P");
 }
 
+// Files that a damaged or foreign writer could make: each value is well formed, the flowsheet is not.
+TEST(DamagedFile, HostDataThatNoFlowsheetCouldHoldIsRefused) {
+    struct Case {
+        const char* what;
+        void (*spoil)(CTalDocEss&);
+    };
+    const Case cases[] = {
+        {"no plant cost index for the cost year", [](CTalDocEss& d) { d.costYear = 1900.5; }},
+        {"the plant batch time must be positive", [](CTalDocEss& d) { d.SetPlantBatchTime(0.0); }},
+        {"utilization factor must lie above 0 and at most 1", [](CTalDocEss& d) { d.Procedures()[0]->SetUtilFactor(1.5); }},
+        {"the number of cycles must be at least 1", [](CTalDocEss& d) { d.Procedures()[1]->SetNumberOfCycles(0); }},
+        {"procedure 'P-1' is listed twice", [](CTalDocEss& d) { d.Procedures()[1]->SetName("P-1"); }},
+        {"stream 'S-101' is listed twice", [](CTalDocEss& d) { d.Streams()[1]->SetName("S-101"); }},
+        {"component 'Water' is listed twice", [](CTalDocEss& d) { const_cast<CTalPureComponent*>(d.Comps()->at(1))->name = "Water"; }},
+        {"no plant cost index for the base year of the user's cost model",
+         [](CTalDocEss& d) { d.Procedures()[0]->Equipment()->m_UserCostModel.baseYear = 1800.0; }},
+    };
+    for (const Case& c : cases) {
+        auto doc = LoadExampleFlowsheet();
+        c.spoil(*doc);
+        ExpectFailure(SaveFlowsheet(*doc), c.what);
+    }
+}
+
 TEST(DamagedFile, BytesAfterTheEndAreRefused) {
     Bytes bytes = SavedExample();
     bytes.push_back(0);
