@@ -38,6 +38,16 @@ std::unique_ptr<CTalDocEss> LoadAnyFlowsheet(const std::string& file) {
     return LoadFlowsheet(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), file);
 }
 
+void SaveFile(const std::string& path, const CTalDocEss& doc, const SimulationResult& result) {
+    std::vector<std::uint8_t> bytes;
+    try {
+        bytes = SaveFlowsheet(doc, &result);
+    } catch (const ArchiveError& e) {
+        throw InputError(path, std::string("cannot save the flowsheet: ") + e.what());
+    }
+    WriteBinaryFile(path, bytes);
+}
+
 struct SimulateOptions {
     std::string file;
     std::string jsonOut;
@@ -58,7 +68,7 @@ int Simulate(const SimulateOptions& options) {
     const SimulationResult result = simulator.Run();
     WriteSimulationReport(stdout, *doc, &result, options.xls);
     if (!options.jsonOut.empty()) WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result));
-    if (!options.saveOut.empty()) WriteBinaryFile(options.saveOut, SaveFlowsheet(*doc, &result));
+    if (!options.saveOut.empty()) SaveFile(options.saveOut, *doc, result);
     if (!result.completed) {
         for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
         return kExitRunFailed;

@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 
 #include "flowsheet_compare.hpp"
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/archive.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
@@ -171,6 +173,12 @@ TEST(UnsimulatedFlowsheet, ComesBackWithoutARunOrCosts) {
     test::ExpectSameFlowsheet(*doc, *loaded.doc);
     for (const auto& p : loaded.doc->Procedures()) EXPECT_TRUE(p->Equipment()->CostComputation().method.empty());
     EXPECT_EQ(ReportOf(*loaded.doc, nullptr, false), ReportOf(*doc, nullptr, false));
+}
+
+TEST(UnsavableFlowsheet, AValueThatIsNotANumberIsRefusedAtSaving) {
+    const auto doc = LoadExampleFlowsheet();
+    doc->Procedures()[0]->GetOp(0)->SetPower(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_THROW(SaveFlowsheet(*doc), ArchiveError);
 }
 
 TEST(SavedFlowsheetHeader, StartsWithTheMagicTextAndTheVersion) {
