@@ -1,5 +1,6 @@
 #include "unitops/io/flowsheet_file.hpp"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <fstream>

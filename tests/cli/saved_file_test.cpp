@@ -2,6 +2,8 @@
 // damaged or foreign files.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "cli_run.hpp"
 
 namespace unitops::test {
@@ -11,7 +13,9 @@ std::string Example(const std::string& name) { return std::string(UNITOPS_SOURCE
 
 std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
 }
 
 //! One line of output, and nothing else.
