@@ -1,4 +1,5 @@
-// unitops: simulate a flowsheet and print its reports, list the models, check a flowsheet.
+// unitops: simulate a flowsheet and print its reports, save it with its results and report a
+// saved one, list the models, check a flowsheet.
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -9,6 +10,7 @@
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/reports.hpp"
 #include "unitops/io/results_json.hpp"
@@ -28,8 +30,33 @@ void WriteJsonFile(const std::string& path, const nlohmann::json& j) {
     if (!out) throw InputError(path, "cannot write the file");
 }
 
-int Simulate(const std::string& file, const std::string& jsonOut, bool xls) {
-    std::unique_ptr<CTalDocEss> doc = file.empty() ? LoadExampleFlowsheet() : LoadFlowsheetFile(file);
+// A flowsheet file of either kind: a saved flowsheet (known by its first bytes) or JSON.
+std::unique_ptr<CTalDocEss> LoadAnyFlowsheet(const std::string& file) {
+    if (file.empty()) return LoadExampleFlowsheet();
+    const std::vector<std::uint8_t> bytes = ReadBinaryFile(file);
+    if (IsSavedFlowsheet(bytes)) return LoadSavedFlowsheet(bytes, file);
+    return LoadFlowsheet(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), file);
+}
+
+void SaveFile(const std::string& path, const CTalDocEss& doc, const SimulationResult& result) {
+    std::vector<std::uint8_t> bytes;
+    try {
+        bytes = SaveFlowsheet(doc, &result);
+    } catch (const ArchiveError& e) {
+        throw InputError(path, std::string("cannot save the flowsheet: ") + e.what());
+    }
+    WriteBinaryFile(path, bytes);
+}
+
+struct SimulateOptions {
+    std::string file;
+    std::string jsonOut;
+    std::string saveOut;
+    bool xls = false;
+};
+
+int Simulate(const SimulateOptions& options) {
+    std::unique_ptr<CTalDocEss> doc = LoadAnyFlowsheet(options.file);
     ValidationSink sink(doc->questionPolicy);
     Simulator simulator(*doc);
     if (!simulator.Validate(sink)) {
@@ -39,12 +66,26 @@ int Simulate(const std::string& file, const std::string& jsonOut, bool xls) {
         return kExitBadInput;
     }
     const SimulationResult result = simulator.Run();
-    WriteSimulationReport(stdout, *doc, &result, xls);
-    if (!jsonOut.empty()) WriteJsonFile(jsonOut, ResultsToJson(*doc, &result));
+    WriteSimulationReport(stdout, *doc, &result, options.xls);
+    if (!options.jsonOut.empty()) WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result));
+    if (!options.saveOut.empty()) SaveFile(options.saveOut, *doc, result);
     if (!result.completed) {
         for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
         return kExitRunFailed;
     }
+    return 0;
+}
+
+// The reports of a saved flowsheet as the run that saved it printed them; nothing is simulated.
+int Report(const std::string& file, const std::string& jsonOut, bool xls) {
+    const std::vector<std::uint8_t> bytes = ReadBinaryFile(file);
+    if (!IsSavedFlowsheet(bytes)) {
+        throw InputError(file, "not a saved flowsheet (write one with: unitops simulate FILE --save OUT)");
+    }
+    SavedFlowsheet saved = ReadSavedFlowsheet(bytes, file);
+    const SimulationResult* run = saved.run ? &*saved.run : nullptr;
+    WriteSimulationReport(stdout, *saved.doc, run, xls);
+    if (!jsonOut.empty()) WriteJsonFile(jsonOut, ResultsToJson(*saved.doc, run));
     return 0;
 }
 
@@ -116,12 +157,19 @@ int main(int argc, char** argv) {
     CLI::App app{"unitops: unit-operation models for batch and continuous process plants"};
     app.require_subcommand(0, 1);
 
-    std::string file, jsonOut;
-    bool xls = false;
+    SimulateOptions sim;
     CLI::App* simulate = app.add_subcommand("simulate", "Simulate a flowsheet (the built-in example without FILE) and print its reports");
-    simulate->add_option("FILE", file, "Flowsheet file (JSON)");
-    simulate->add_option("--json", jsonOut, "Write all results as JSON to this file");
-    simulate->add_flag("--xls", xls, "Write the equipment report tab-separated for a spreadsheet");
+    simulate->add_option("FILE", sim.file, "Flowsheet file (JSON, or a saved flowsheet)");
+    simulate->add_option("--json", sim.jsonOut, "Write all results as JSON to this file");
+    simulate->add_flag("--xls", sim.xls, "Write the equipment report tab-separated for a spreadsheet");
+    simulate->add_option("--save", sim.saveOut, "Save the simulated flowsheet with its results to this file");
+
+    std::string reportFile, reportJson;
+    bool reportXls = false;
+    CLI::App* report = app.add_subcommand("report", "Print the reports of a saved flowsheet without simulating it");
+    report->add_option("FILE", reportFile, "Saved flowsheet")->required();
+    report->add_option("--json", reportJson, "Write all results as JSON to this file");
+    report->add_flag("--xls", reportXls, "Write the equipment report tab-separated for a spreadsheet");
 
     std::string validateFile;
     CLI::App* validate = app.add_subcommand("validate", "Check a flowsheet's data and print what is wrong");
@@ -140,7 +188,8 @@ int main(int argc, char** argv) {
         if (*validate) return Validate(validateFile);
         if (*models) return Models(modelsJson);
         if (*messages) return Messages(messageKey);
-        return Simulate(*simulate ? file : std::string(), jsonOut, xls);
+        if (*report) return Report(reportFile, reportJson, reportXls);
+        return Simulate(sim);
     } catch (const InputError& e) {
         std::fprintf(stderr, "unitops: error: %s\n", e.what());
         return kExitBadInput;

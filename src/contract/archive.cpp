@@ -1,5 +1,6 @@
 #include "unitops/contract/archive.hpp"
 
+#include <cmath>
 #include <cstring>
 
 namespace unitops {
@@ -44,12 +45,29 @@ void CArchive::Skip(std::size_t n) {
     pos_ += n;
 }
 
-CArchive& CArchive::operator<<(double v) { WriteRaw(&v, sizeof v); return *this; }
+void CArchive::CheckFinite(double v) const {
+    if (finiteOnly_ && !std::isfinite(v)) Fail("a value is not a finite number");
+}
+
+CArchive& CArchive::operator<<(double v) {
+    CheckFinite(v);
+    WriteRaw(&v, sizeof v);
+    return *this;
+}
 CArchive& CArchive::operator<<(std::int32_t v) { WriteRaw(&v, sizeof v); return *this; }
 CArchive& CArchive::operator<<(std::uint32_t v) { WriteRaw(&v, sizeof v); return *this; }
 CArchive& CArchive::operator<<(std::uint16_t v) { WriteRaw(&v, sizeof v); return *this; }
 CArchive& CArchive::operator<<(std::uint8_t v) { WriteRaw(&v, sizeof v); return *this; }
-CArchive& CArchive::operator>>(double& v) { ReadRaw(&v, sizeof v); return *this; }
+CArchive& CArchive::operator>>(double& v) {
+    double read = 0.0;
+    ReadRaw(&read, sizeof read);
+    if (finiteOnly_ && !std::isfinite(read)) {
+        pos_ -= sizeof read;  // report the offset of the value itself
+        Fail("a value is not a finite number");
+    }
+    v = read;
+    return *this;
+}
 CArchive& CArchive::operator>>(std::int32_t& v) { ReadRaw(&v, sizeof v); return *this; }
 CArchive& CArchive::operator>>(std::uint32_t& v) { ReadRaw(&v, sizeof v); return *this; }
 CArchive& CArchive::operator>>(std::uint16_t& v) { ReadRaw(&v, sizeof v); return *this; }
@@ -133,7 +151,9 @@ void CArchive::WriteObject(const CObject* obj) {
     const_cast<CObject*>(obj)->Serialize(*this);
 }
 
-CObject* CArchive::ReadObject(bool& isNew) {
+CObject* CArchive::ReadObject(bool& isNew) { return ReadObjectOf(nullptr, isNew); }
+
+CObject* CArchive::ReadObjectOf(const CRuntimeClass* base, bool& isNew) {
     isNew = false;
     std::uint16_t tag = 0;
     *this >> tag;
@@ -145,32 +165,45 @@ CObject* CArchive::ReadObject(bool& isNew) {
     if (!isClass) {
         const std::uint32_t index = tag == kBigObjectTag ? big : tag;
         if (index >= loadedObjects_.size() || isClassSlot_[index]) Fail("bad object reference " + std::to_string(index));
-        return loadedObjects_[index];
+        CObject* earlier = loadedObjects_[index];
+        if (base && earlier && !earlier->IsKindOf(base)) {
+            Fail(std::string("expected an object of class ") + base->m_lpszClassName + ", found a reference to " +
+                 earlier->GetRuntimeClass()->m_lpszClassName);
+        }
+        return earlier;
     }
-    const CRuntimeClass* rc = nullptr;
-    if (tag == kNewClassTag) {
-        std::uint16_t schema = 0, length = 0;
-        *this >> schema >> length;
-        std::string name(length, '\0');
-        ReadRaw(name.data(), length);
-        rc = classes_ ? classes_->Find(name) : nullptr;
-        if (!rc) Fail("unknown class '" + name + "'");
-        if (schema != rc->m_wSchema) Fail("class '" + name + "' has schema " + std::to_string(schema));
-        if (loadedClasses_.size() >= kMaxMapCount) Fail("too many objects");
-        loadedClasses_.push_back(rc);
-        loadedObjects_.push_back(nullptr);
-        isClassSlot_.push_back(true);
-    } else {
-        const std::uint32_t index = tag == kBigObjectTag ? (big & ~kBigClassTag) : (tag & ~kClassTag);
-        if (index >= loadedClasses_.size() || !isClassSlot_[index]) Fail("bad class reference " + std::to_string(index));
-        rc = loadedClasses_[index];
+    const CRuntimeClass* rc = ReadClass(tag, big);
+    if (base && !rc->IsDerivedFrom(base)) {
+        Fail(std::string("expected an object of class ") + base->m_lpszClassName + ", found " + rc->m_lpszClassName);
     }
     std::unique_ptr<CObject> obj = rc->CreateObject();
     if (!obj) Fail(std::string("class '") + rc->m_lpszClassName + "' cannot be created");
     MapObject(obj.get());
+    if (prepare_) prepare_(*obj);
     obj->Serialize(*this);
     isNew = true;
     return obj.release();
+}
+
+// The class of a class tag: a new class (schema and name follow) or one read before.
+const CRuntimeClass* CArchive::ReadClass(std::uint16_t tag, std::uint32_t big) {
+    if (tag != kNewClassTag) {
+        const std::uint32_t index = tag == kBigObjectTag ? (big & ~kBigClassTag) : (tag & ~kClassTag);
+        if (index >= loadedClasses_.size() || !isClassSlot_[index]) Fail("bad class reference " + std::to_string(index));
+        return loadedClasses_[index];
+    }
+    std::uint16_t schema = 0, length = 0;
+    *this >> schema >> length;
+    std::string name(length, '\0');
+    ReadRaw(name.data(), length);
+    const CRuntimeClass* rc = classes_ ? classes_->Find(name) : nullptr;
+    if (!rc) Fail("unknown class '" + name + "'");
+    if (schema != rc->m_wSchema) Fail("class '" + name + "' has schema " + std::to_string(schema));
+    if (loadedClasses_.size() >= kMaxMapCount) Fail("too many objects");
+    loadedClasses_.push_back(rc);
+    loadedObjects_.push_back(nullptr);
+    isClassSlot_.push_back(true);
+    return rc;
 }
 
 namespace {

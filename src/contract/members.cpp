@@ -37,39 +37,61 @@ MemberRow Computed(const char* name, MemberType type, Quantity q, DisplayUnit d,
 
 }  // namespace members
 
+namespace {
+// Entries of a per-component array: the flowsheet's component count when the archive knows the
+// flowsheet, else the count that the object gives.
+std::size_t ArrayLength(const CArchive& ar, std::size_t components) {
+    return ar.Components() ? ar.Components()->size() : components;
+}
+
+void StoreRow(CArchive& ar, const CObject& obj, const MemberRow& r, std::size_t components) {
+    const MemberValue v = r.get(obj);
+    switch (r.persist) {
+        case Persist::Double: ar << std::get<double>(v); break;
+        case Persist::Int32: ar << static_cast<std::int32_t>(std::get<int>(v)); break;
+        case Persist::Word16: ar.WriteWord(std::get<int>(v)); break;
+        case Persist::Text: ar << std::get<std::string>(v); break;
+        case Persist::DoubleArray: {
+            const auto& a = std::get<std::vector<double>>(v);
+            if (a.size() != ArrayLength(ar, components)) {
+                ar.Fail(r.name + " of " + obj.GetRuntimeClass()->m_lpszClassName + " holds " + std::to_string(a.size()) +
+                        " values for " + std::to_string(ArrayLength(ar, components)) + " components");
+            }
+            for (double x : a) ar << x;
+            break;
+        }
+        case Persist::None: break;
+    }
+}
+
+void LoadRow(CArchive& ar, CObject& obj, const MemberRow& r, std::size_t components) {
+    switch (r.persist) {
+        case Persist::Double: { double d = 0; ar >> d; r.set(obj, d); break; }
+        case Persist::Int32: { std::int32_t i = 0; ar >> i; r.set(obj, static_cast<int>(i)); break; }
+        case Persist::Word16: r.set(obj, ar.ReadWord()); break;
+        case Persist::Text: { std::string t; ar >> t; r.set(obj, t); break; }
+        case Persist::DoubleArray: {
+            const std::size_t n = ArrayLength(ar, components);
+            if (n > ar.Remaining() / sizeof(double)) ar.Fail("unexpected end of file");
+            std::vector<double> a(n);
+            for (double& x : a) ar >> x;
+            r.set(obj, a);
+            break;
+        }
+        case Persist::None: break;
+    }
+}
+}  // namespace
+
 void SerializeRows(CArchive& ar, CObject& obj, std::span<const MemberRow> rows, double version, std::size_t components) {
     for (const MemberRow& r : rows) {
         if (r.persist == Persist::None) continue;
         if (ar.IsStoring()) {
-            const MemberValue v = r.get(obj);
-            switch (r.persist) {
-                case Persist::Double: ar << std::get<double>(v); break;
-                case Persist::Int32: ar << static_cast<std::int32_t>(std::get<int>(v)); break;
-                case Persist::Word16: ar.WriteWord(std::get<int>(v)); break;
-                case Persist::Text: ar << std::get<std::string>(v); break;
-                case Persist::DoubleArray:
-                    for (double x : std::get<std::vector<double>>(v)) ar << x;
-                    break;
-                case Persist::None: break;
-            }
-            continue;
-        }
-        if (version < r.since) {
+            if (r.since <= ar.StoreVersionNo()) StoreRow(ar, obj, r, components);
+        } else if (version < r.since) {
             r.set(obj, r.absent);
-            continue;
-        }
-        switch (r.persist) {
-            case Persist::Double: { double d = 0; ar >> d; r.set(obj, d); break; }
-            case Persist::Int32: { std::int32_t i = 0; ar >> i; r.set(obj, static_cast<int>(i)); break; }
-            case Persist::Word16: r.set(obj, ar.ReadWord()); break;
-            case Persist::Text: { std::string t; ar >> t; r.set(obj, t); break; }
-            case Persist::DoubleArray: {
-                std::vector<double> a(components);
-                for (double& x : a) ar >> x;
-                r.set(obj, a);
-                break;
-            }
-            case Persist::None: break;
+        } else {
+            LoadRow(ar, obj, r, components);
         }
     }
 }

@@ -9,32 +9,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli_run.hpp"
+
 namespace {
 
-struct CliRun {
-    int exitCode;
-    std::string out;  // stdout and stderr together
-};
-
-CliRun Unitops(const std::string& args) {
-    const std::string command = std::string(UNITOPS_CLI) + " " + args + " 2>&1";
-    std::FILE* pipe = popen(command.c_str(), "r");
-    EXPECT_NE(pipe, nullptr);
-    CliRun r{-1, ""};
-    if (!pipe) return r;
-    std::array<char, 4096> buffer{};
-    std::size_t n = 0;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) r.out.append(buffer.data(), n);
-    const int status = pclose(pipe);
-    r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
-}
-
-std::string TempFile(const std::string& name, const std::string& content) {
-    const auto path = std::filesystem::temp_directory_path() / ("unitops_cli_" + std::to_string(::getpid()) + "_" + name);
-    std::ofstream(path) << content;
-    return path.string();
-}
+using unitops::test::CliRun;
+using unitops::test::TempFile;
+using unitops::test::Unitops;
 
 TEST(CommandLine, SimulatesTheBuiltInExample) {
     const CliRun r = Unitops("simulate");

@@ -4,6 +4,8 @@
 
 #include <bit>
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -52,6 +54,8 @@ public:
     const std::vector<std::uint8_t>& Bytes() const { return buffer_; }
     std::size_t Position() const { return pos_; }
     bool AtEnd() const { return pos_ >= buffer_.size(); }
+    //! Bytes not read yet: what a count read from the file is checked against before allocating.
+    std::size_t Remaining() const { return pos_ < buffer_.size() ? buffer_.size() - pos_ : 0; }
 
     //! The flowsheet's components: streams read from the archive take this list.
     const ComponentList* Components() const { return components_; }
@@ -60,6 +64,12 @@ public:
     //! Version of the file being read; the objects read it before their members.
     double VersionNo() const { return version_; }
     void SetVersionNo(double v) { version_ = v; }
+    //! Storing as an older program did: members whose `since` is above `v` are left out. The
+    //! default writes the present format; tests use it to make files of earlier versions.
+    void StoreAsVersion(double v) { storeVersion_ = v; }
+    double StoreVersionNo() const { return storeVersion_; }
+    //! When set, a double that is not finite is an error of the store or the load.
+    void RequireFiniteValues(bool on) { finiteOnly_ = on; }
 
     // Primitive values
     CArchive& operator<<(double v);
@@ -92,6 +102,12 @@ public:
     //! Reads what WriteObject wrote, creating new objects through the class registry. The caller
     //! owns objects returned for the first time (`isNew`); back references point to earlier ones.
     CObject* ReadObject(bool& isNew);
+    //! The same for an object that must be of class `base` or derived from it: any other class is
+    //! an error, reported before the object is made.
+    CObject* ReadObjectOf(const CRuntimeClass* base, bool& isNew);
+    //! Called on every object that ReadObject makes, before its Serialize, so that the host can
+    //! give it its place (an owner) and it reads in the context of its flowsheet.
+    void SetPrepareObject(std::function<void(CObject&)> prepare) { prepare_ = std::move(prepare); }
 
     //! Registers an object made outside the archive so that later references resolve to it.
     void MapObject(const CObject* obj);
@@ -109,12 +125,17 @@ public:
 
 private:
     void Need(std::size_t n) const;
+    void CheckFinite(double v) const;
+    const CRuntimeClass* ReadClass(std::uint16_t tag, std::uint32_t big);
 
     Mode mode_;
     std::vector<std::uint8_t> buffer_;
     std::size_t pos_ = 0;
     const ClassRegistry* classes_ = nullptr;
     double version_ = 0.0;
+    double storeVersion_ = std::numeric_limits<double>::infinity();
+    bool finiteOnly_ = false;
+    std::function<void(CObject&)> prepare_;
     // Store side: indices of classes and objects already written (shared numbering, from 1).
     std::map<const void*, std::uint32_t> storedIndex_;
     // Load side: the same numbering, read back.

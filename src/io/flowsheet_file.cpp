@@ -1,0 +1,674 @@
+#include "unitops/io/flowsheet_file.hpp"
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "unitops/contract/archive.hpp"
+#include "unitops/contract/cost_index.hpp"
+#include "unitops/contract/message_table.hpp"
+#include "unitops/io/database.hpp"
+#include "unitops/roster/catalog.hpp"
+#include "unitops/roster/roster.hpp"
+
+namespace unitops {
+
+namespace {
+
+// Smallest size on disk of the records that a count announces: a count larger than the bytes
+// left could hold is refused before anything is allocated for it.
+constexpr std::size_t kMinComponentBytes = 4 * 1 + 2 + 21 * 8 + 2 + 4 * 8 + 2;
+constexpr std::size_t kMinAgentBytes = 1 + 2 + 3 * 8;
+constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
+constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
+constexpr std::size_t kMinOperationBytes = 2;
+constexpr std::size_t kMinMessageBytes = 2 + 4 + 4 + 1;
+constexpr std::size_t kMinTextBytes = 1;
+constexpr std::size_t kIndexBytes = 4;
+
+// ---------------------------------------------------------------- values in both directions
+// The host's own records are written and read by one function each, as the framework's
+// Serialize does: the direction of the archive decides.
+
+template <class T>
+void Transfer(CArchive& ar, T& v) {
+    if (ar.IsStoring()) {
+        ar << v;
+    } else {
+        ar >> v;
+    }
+}
+
+template <class T, std::size_t N>
+void Transfer(CArchive& ar, std::array<T, N>& values) {
+    for (T& v : values) Transfer(ar, v);
+}
+
+//! A choice among `count` values stored as a 16-bit word; a word out of range is an error.
+int TransferChoice(CArchive& ar, int value, int count, const char* what) {
+    if (ar.IsStoring()) {
+        ar.WriteWord(value);
+        return value;
+    }
+    const std::size_t at = ar.Position();
+    const int read = ar.ReadWord();
+    if (read >= count) throw ArchiveError(std::string("bad ") + what + " " + std::to_string(read), at);
+    return read;
+}
+
+void TransferFlag(CArchive& ar, bool& flag, const char* what) { flag = TransferChoice(ar, flag ? 1 : 0, 2, what) != 0; }
+
+template <class E>
+void TransferEnum(CArchive& ar, E& e, int count, const char* what) {
+    e = static_cast<E>(TransferChoice(ar, static_cast<int>(e), count, what));
+}
+
+//! A count of records, each at least `minBytes` long on disk.
+std::size_t TransferCount(CArchive& ar, std::size_t count, std::size_t minBytes, const char* what) {
+    std::int32_t n = static_cast<std::int32_t>(count);
+    const std::size_t at = ar.Position();
+    Transfer(ar, n);
+    if (ar.IsLoading() && (n < 0 || static_cast<std::size_t>(n) > ar.Remaining() / minBytes)) {
+        throw ArchiveError(std::to_string(n) + " " + what + " cannot fit in the " + std::to_string(ar.Remaining()) +
+                               " bytes left",
+                           at);
+    }
+    return static_cast<std::size_t>(n);
+}
+
+void TransferTexts(CArchive& ar, std::vector<std::string>& texts) {
+    texts.resize(TransferCount(ar, texts.size(), kMinTextBytes, "texts"));
+    for (std::string& t : texts) Transfer(ar, t);
+}
+
+// ---------------------------------------------------------------- the host's records
+
+struct Settings {
+    std::string title;
+    bool batch = false;
+    double plantBatchTime = 0.0;
+    double costYear = 0.0;
+    QuestionPolicy policy = QuestionPolicy::NoChange;
+};
+
+void TransferSettings(CArchive& ar, Settings& s) {
+    Transfer(ar, s.title);
+    TransferFlag(ar, s.batch, "plant mode");
+    Transfer(ar, s.plantBatchTime);
+    Transfer(ar, s.costYear);
+    TransferEnum(ar, s.policy, 4, "question policy");
+}
+
+void TransferComponent(CArchive& ar, CTalPureComponent& c) {
+    Transfer(ar, c.name);
+    Transfer(ar, c.databaseName);
+    Transfer(ar, c.formula);
+    Transfer(ar, c.cas);
+    TransferEnum(ar, c.phase, 3, "phase");
+    Transfer(ar, c.molecularWeight);
+    Transfer(ar, c.liqSolDensity);
+    Transfer(ar, c.cpLiquid.c);
+    Transfer(ar, c.cpIdealGas.c);
+    Transfer(ar, c.normalBoilingPoint);
+    Transfer(ar, c.criticalTemperature);
+    Transfer(ar, c.criticalPressure);
+    Transfer(ar, c.heatOfVaporization);
+    Transfer(ar, c.antoine);
+    TransferFlag(ar, c.hasVaporPressure, "vapour-pressure flag");
+    Transfer(ar, c.henryConstant);
+    Transfer(ar, c.diffusivityInAir);
+    Transfer(ar, c.diffusivityInWater);
+    Transfer(ar, c.particleSize);
+    TransferFlag(ar, c.isBiomass, "biomass flag");
+}
+
+void TransferAgent(CArchive& ar, CTalHeatTransferAgent& a) {
+    Transfer(ar, a.name);
+    TransferFlag(ar, a.isHeating, "agent kind");
+    Transfer(ar, a.inTemp);
+    Transfer(ar, a.outTemp);
+    Transfer(ar, a.energyToMassF);
+}
+
+struct ProcedureSettings {
+    std::string name;
+    std::uint32_t type = 0;
+    bool batch = false;
+    bool design = true;
+    double holdupTime = 0.0;
+    double cycleTime = 0.0;  // 0: the holdup time
+    std::int32_t cycles = 1;
+    double utilFactor = 1.0;
+};
+
+void TransferProcedureSettings(CArchive& ar, ProcedureSettings& s) {
+    Transfer(ar, s.name);
+    Transfer(ar, s.type);
+    TransferFlag(ar, s.batch, "procedure mode");
+    TransferFlag(ar, s.design, "design mode");
+    Transfer(ar, s.holdupTime);
+    Transfer(ar, s.cycleTime);
+    Transfer(ar, s.cycles);
+    Transfer(ar, s.utilFactor);
+}
+
+void TransferMessage(CArchive& ar, SimMessage& m) {
+    TransferEnum(ar, m.kind, 3, "message kind");
+    Transfer(ar, m.number);
+    Transfer(ar, m.help);
+    Transfer(ar, m.text);
+}
+
+//! What an operation said in the run, and how its last Solve ended.
+struct RunRecord {
+    std::int32_t lastResult = -2;
+    std::vector<SimMessage> messages;
+};
+
+void TransferRunRecord(CArchive& ar, RunRecord& r) {
+    const std::size_t at = ar.Position();
+    Transfer(ar, r.lastResult);
+    if (r.lastResult < -2 || r.lastResult > 1) throw ArchiveError("bad result of a run " + std::to_string(r.lastResult), at);
+    r.messages.resize(TransferCount(ar, r.messages.size(), kMinMessageBytes, "messages"));
+    for (SimMessage& m : r.messages) TransferMessage(ar, m);
+}
+
+//! The record of the whole run; the order of the procedures is kept as their indices.
+void TransferSimulationResult(CArchive& ar, SimulationResult& run, std::vector<std::int32_t>& order) {
+    TransferFlag(ar, run.completed, "run state");
+    Transfer(ar, run.passes);
+    TransferTexts(ar, run.errors);
+    order.resize(TransferCount(ar, order.size(), kIndexBytes, "procedures in the order of the run"));
+    for (std::int32_t& i : order) Transfer(ar, i);
+}
+
+// ---------------------------------------------------------------- writing
+
+class Writer {
+public:
+    Writer(const CTalDocEss& doc, double version) : doc_(doc), version_(version) {
+        ar_.StoreAsVersion(version);
+        ar_.RequireFiniteValues(true);
+        ar_.SetComponents(doc.Comps());
+        for (const auto& p : doc.Procedures()) {
+            refs_.procedures.push_back(p.get());
+            for (int i = 0; i < p->NumberOfOps(); ++i) refs_.operations.push_back(p->GetOp(i));
+        }
+        ar_.SetReferences(&refs_);
+    }
+
+    std::vector<std::uint8_t> Write(const SimulationResult* run) {
+        ar_ << std::string(kFlowsheetMagic) << version_;
+        WriteSettings();
+        WriteList(*doc_.Comps(), [&](const CTalPureComponent& c) {
+            CTalPureComponent copy = c;
+            TransferComponent(ar_, copy);
+        });
+        WriteList(doc_.Agents(), [&](const CTalHeatTransferAgent& a) {
+            CTalHeatTransferAgent copy = a;
+            TransferAgent(ar_, copy);
+        });
+        WriteList(doc_.Streams(), [&](const CTalStream& s) { WriteStream(s); });
+        WriteList(doc_.Procedures(), [&](const CTalProcedure& p) { WriteProcedure(p); });
+        WriteRun(run);
+        return ar_.Bytes();
+    }
+
+private:
+    template <class List, class Write>
+    void WriteList(const List& list, Write&& write) {
+        TransferCount(ar_, list.size(), 1, "records");
+        for (const auto& item : list) write(*item);
+    }
+
+    void WriteSettings() {
+        Settings s{doc_.title, doc_.IsBatchMode(), doc_.PlantBatchTime(), doc_.costYear, doc_.questionPolicy};
+        TransferSettings(ar_, s);
+    }
+
+    // The state of a stream or of a procedure's contents, by the host's own Serialize.
+    void WriteState(const CTalSModel& s) { const_cast<CTalSModel&>(s).CTalSModel::Serialize(ar_); }
+
+    void WriteStream(const CTalStream& s) {
+        const auto* feed = dynamic_cast<const CTalInputStream*>(&s);
+        ar_ << s.Name();
+        ar_.WriteWord(feed ? 1 : 0);
+        if (feed) {
+            ar_.WriteWord(feed->IsVolFlowSetByUser() ? 1 : 0);
+            CTalInputStream definition(*feed);
+            definition.RestoreDefinition();
+            for (int i = 0; i < definition.NumberOfComponents(); ++i) ar_ << definition.ComponentFlow(i);
+        }
+        WriteState(s);
+    }
+
+    std::int32_t StreamIndex(const CTalStream* s) const {
+        if (!s) return -1;
+        for (std::size_t i = 0; i < doc_.Streams().size(); ++i) {
+            if (doc_.Streams()[i].get() == s) return static_cast<std::int32_t>(i);
+        }
+        throw std::invalid_argument("stream '" + s->Name() + "' is connected but not in the flowsheet");
+    }
+
+    void WritePorts(int count, CTalStream* (CTalProcedure::*stream)(int) const, const CTalProcedure& p) {
+        TransferCount(ar_, static_cast<std::size_t>(count), 1, "ports");
+        for (int port = 0; port < count; ++port) ar_ << StreamIndex((p.*stream)(port));
+    }
+
+    void WriteProcedure(const CTalProcedure& p) {
+        ProcedureSettings s{p.Name(), p.UnitProcID(), p.IsBatchMode(), p.IsDesignMode(), p.HoldupTime(),
+                            p.CycleTime() == p.HoldupTime() ? 0.0 : p.CycleTime(), p.NumberOfCycles(), p.UtilFactor()};
+        TransferProcedureSettings(ar_, s);
+        const CTalDiscreteEntity* entity = p.Entity();
+        ar_.WriteWord(entity ? 1 : 0);
+        if (entity) {
+            ar_ << entity->bulkConvF;
+            ar_.WriteWord(entity->isBulkConvFMass ? 1 : 0);
+        }
+        WritePorts(p.NumberOfInPorts(), &CTalProcedure::InStream, p);
+        WritePorts(p.NumberOfOutPorts(), &CTalProcedure::OutStream, p);
+        WriteEquipment(p.Equipment());
+        TransferCount(ar_, static_cast<std::size_t>(p.NumberOfOps()), 1, "operations");
+        for (int i = 0; i < p.NumberOfOps(); ++i) ar_.WriteObject(p.GetOp(i));
+        for (int i = 0; i < p.NumberOfStates(); ++i) WriteState(*p.GetState(i));
+        for (int i = 0; i < p.NumberOfOps(); ++i) {
+            RunRecord r{p.GetOp(i)->LastResult(), p.GetOp(i)->Messages()};
+            TransferRunRecord(ar_, r);
+        }
+    }
+
+    void WriteEquipment(const CTalEquipment* e) {
+        ar_.WriteObject(e);
+        if (!e) return;
+        ar_.WriteWord(e->m_DefaultContents ? 1 : 0);
+        if (e->m_DefaultContents) WriteState(*e->m_DefaultContents);
+        ar_.WriteWord(e->CostComputation().method.empty() ? 0 : 1);
+    }
+
+    void WriteRun(const SimulationResult* run) {
+        ar_.WriteWord(run ? 1 : 0);
+        if (!run) return;
+        SimulationResult copy = *run;
+        std::vector<std::int32_t> order;
+        for (const CTalProcedure* p : run->order) order.push_back(doc_.GetProcedureIndex(p));
+        TransferSimulationResult(ar_, copy, order);
+    }
+
+    const CTalDocEss& doc_;
+    double version_;
+    CArchive ar_;
+    ReferenceTable refs_;
+};
+
+// ---------------------------------------------------------------- reading
+
+class Reader {
+public:
+    explicit Reader(const std::vector<std::uint8_t>& bytes) : ar_(bytes, &RosterClasses()) {
+        ar_.RequireFiniteValues(true);
+        ar_.SetReferences(&refs_);
+        ar_.SetPrepareObject([this](CObject& o) { Place(o); });
+    }
+
+    SavedFlowsheet Read() {
+        ReadHeader();
+        doc_ = std::make_unique<CTalDocEss>();
+        ReadSettings();
+        ReadComponents();
+        ReadAgents();
+        ReadList(kMinStreamBytes, "streams", [&] { ReadStream(); });
+        ReadList(kMinProcedureBytes, "procedures", [&] { ReadProcedure(); });
+        SavedFlowsheet saved;
+        saved.run = ReadRun();
+        if (!ar_.AtEnd()) Fail(ar_.Position(), "unexpected data after the end of the flowsheet");
+        ar_.ResolveReferences();
+        FinishOpening();
+        saved.doc = std::move(doc_);
+        return saved;
+    }
+
+private:
+    [[noreturn]] static void Fail(std::size_t at, const std::string& what) { throw ArchiveError(what, at); }
+
+    template <class ReadOne>
+    void ReadList(std::size_t minBytes, const char* what, ReadOne&& readOne) {
+        const std::size_t n = TransferCount(ar_, 0, minBytes, what);
+        for (std::size_t i = 0; i < n; ++i) readOne();
+    }
+
+    void ReadHeader() {
+        std::string magic;
+        ar_ >> magic;
+        if (magic != kFlowsheetMagic) Fail(0, "not a saved flowsheet");
+        const std::size_t at = ar_.Position();
+        double version = 0.0;
+        ar_ >> version;
+        if (version > kFlowsheetFormatVersion || version < kOldestFlowsheetFormatVersion) {
+            Fail(at, "the file has format version " + std::to_string(version) + "; this program reads versions " +
+                         std::to_string(kOldestFlowsheetFormatVersion) + " to " + std::to_string(kFlowsheetFormatVersion));
+        }
+        ar_.SetVersionNo(version);
+    }
+
+    void ReadSettings() {
+        Settings s;
+        TransferSettings(ar_, s);
+        const std::size_t end = ar_.Position();
+        if (!(s.plantBatchTime > 0.0)) Fail(end, "the plant batch time must be positive");
+        if (s.costYear != 0.0 && !IsCostIndexYear(s.costYear)) Fail(end, "no plant cost index for the cost year");
+        doc_->title = s.title;
+        doc_->SetBatchMode(s.batch);
+        doc_->SetPlantBatchTime(s.plantBatchTime);
+        doc_->costYear = s.costYear;
+        doc_->questionPolicy = s.policy;
+    }
+
+    static bool IsCostIndexYear(double year) {
+        return year == std::floor(year) && year >= FirstCostIndexYear() && year <= LastCostIndexYear();
+    }
+
+    void ReadComponents() {
+        const std::size_t n = TransferCount(ar_, 0, kMinComponentBytes, "components");
+        if (n == 0) Fail(ar_.Position(), "a flowsheet needs at least one component");
+        for (std::size_t i = 0; i < n; ++i) {
+            const std::size_t at = ar_.Position();
+            auto c = std::make_unique<CTalPureComponent>();
+            TransferComponent(ar_, *c);
+            if (doc_->GetComponentIndex(c->name) >= 0) Fail(at, "component '" + c->name + "' is listed twice");
+            try {
+                CheckComponentComplete(*c, "component " + std::to_string(i + 1));
+            } catch (const InputError& e) {
+                Fail(at, e.what());
+            }
+            doc_->AddComponent(std::move(c));
+        }
+        ar_.SetComponents(doc_->Comps());
+    }
+
+    void ReadAgents() {
+        ReadList(kMinAgentBytes, "agents", [&] {
+            auto a = std::make_unique<CTalHeatTransferAgent>();
+            TransferAgent(ar_, *a);
+            doc_->AddAgent(std::move(a));
+        });
+    }
+
+    // A state read by the host's own Serialize, then checked: a state that no simulation could
+    // have made is refused rather than carried into the next run.
+    void ReadState(CTalSModel& s, const std::string& whose) {
+        const std::size_t at = ar_.Position();
+        s.CTalSModel::Serialize(ar_);
+        if (!(s.Temp() > 0.0) || !(s.Press() > 0.0)) Fail(at, "the state of " + whose + " has no positive T and P");
+        for (int i = 0; i < s.NumberOfComponents(); ++i) {
+            const bool ok = s.ComponentFlow(i) >= 0.0 && IsFraction(s.ComponentVaporFrac(i)) &&
+                            IsFraction(s.ComponentLiquidFrac(i)) && IsFraction(s.ComponentExtraCellFrac(i));
+            if (!ok) Fail(at, "the state of " + whose + " holds a negative flow or a fraction outside 0 to 1");
+        }
+    }
+
+    static bool IsFraction(double f) { return f >= 0.0 && f <= 1.0; }
+
+    void ReadStream() {
+        const std::size_t at = ar_.Position();
+        std::string name;
+        ar_ >> name;
+        if (doc_->FindStream(name)) Fail(at, "stream '" + name + "' is listed twice");
+        bool isFeed = false;
+        TransferFlag(ar_, isFeed, "stream kind");
+        std::unique_ptr<CTalStream> s;
+        if (isFeed) {
+            s = ReadFeedDefinition(name);
+        } else {
+            s = std::make_unique<CTalStream>(doc_->Comps(), name);
+        }
+        ReadState(*s, "stream '" + name + "'");
+        doc_->AddStream(std::move(s));
+    }
+
+    std::unique_ptr<CTalStream> ReadFeedDefinition(const std::string& name) {
+        auto feed = std::make_unique<CTalInputStream>(doc_->Comps(), name);
+        bool byVolume = false;
+        TransferFlag(ar_, byVolume, "volume flag");
+        feed->SetVolFlowSetByUser(byVolume);
+        for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+            const std::size_t at = ar_.Position();
+            double flow = 0.0;
+            ar_ >> flow;
+            if (flow < 0.0) Fail(at, "feed '" + name + "' has a negative flow");
+            feed->SetComponentFlow(i, flow);
+        }
+        feed->KeepAsDefinition();
+        return feed;
+    }
+
+    void ReadProcedure() {
+        const std::size_t at = ar_.Position();
+        ProcedureSettings s;
+        TransferProcedureSettings(ar_, s);
+        CheckProcedureSettings(s, at);
+        CTalProcedure& p = doc_->AddProcedure(CreateProcedureFromRoster(doc_.get(), s.name, s.type, false));
+        refs_.procedures.push_back(&p);
+        p.SetBatchMode(s.batch);
+        p.SetDesignMode(s.design);
+        p.SetHoldupTime(s.holdupTime);
+        p.SetCycleTime(s.cycleTime);
+        p.SetNumberOfCycles(s.cycles);
+        p.SetUtilFactor(s.utilFactor);
+        ReadEntity(p);
+        ReadPorts(p, true);
+        ReadPorts(p, false);
+        current_ = &p;
+        ReadEquipment(p);
+        ReadOperations(p);
+        for (int i = 0; i < p.NumberOfStates(); ++i) ReadState(*p.GetState(i), "procedure '" + p.Name() + "'");
+        for (int i = 0; i < p.NumberOfOps(); ++i) ReplayRun(*p.GetOp(i));
+        current_ = nullptr;
+    }
+
+    void CheckProcedureSettings(const ProcedureSettings& s, std::size_t at) const {
+        const std::string name = "procedure '" + s.name + "'";
+        if (!roster::FindProcedure(s.type)) Fail(at, name + " has the unknown type " + std::to_string(s.type));
+        if (doc_->FindProcedure(s.name)) Fail(at, name + " is listed twice");
+        if (!(s.holdupTime > 0.0)) Fail(at, name + ": the holdup time must be positive");
+        if (s.cycleTime < 0.0) Fail(at, name + ": the cycle time must not be negative");
+        if (s.cycles < 1) Fail(at, name + ": the number of cycles must be at least 1");
+        if (!(s.utilFactor > 0.0) || s.utilFactor > 1.0) Fail(at, name + ": the utilization factor must lie above 0 and at most 1");
+    }
+
+    void ReadEntity(CTalProcedure& p) {
+        bool has = false;
+        TransferFlag(ar_, has, "entity flag");
+        if (!has) return;
+        auto entity = std::make_unique<CTalDiscreteEntity>();
+        ar_ >> entity->bulkConvF;
+        TransferFlag(ar_, entity->isBulkConvFMass, "entity basis");
+        p.SetEntity(std::move(entity));
+    }
+
+    void ReadPorts(CTalProcedure& p, bool inputs) {
+        const std::size_t at = ar_.Position();
+        const int ports = inputs ? p.NumberOfInPorts() : p.NumberOfOutPorts();
+        const std::size_t n = TransferCount(ar_, 0, kIndexBytes, "ports");
+        if (n != static_cast<std::size_t>(ports)) {
+            Fail(at, "procedure '" + p.Name() + "' has " + std::to_string(n) + (inputs ? " input" : " output") +
+                         " ports in the file, " + std::to_string(ports) + " in this program");
+        }
+        for (int port = 0; port < ports; ++port) {
+            const std::size_t where = ar_.Position();
+            std::int32_t index = 0;
+            ar_ >> index;
+            if (index == -1) continue;
+            if (index < -1 || static_cast<std::size_t>(index) >= doc_->Streams().size()) {
+                Fail(where, "procedure '" + p.Name() + "' is connected to the unknown stream " + std::to_string(index));
+            }
+            CTalStream* s = doc_->Streams()[static_cast<std::size_t>(index)].get();
+            const bool taken = inputs ? s->Destination() != nullptr : s->Source() != nullptr;
+            const bool feedAsOutput = !inputs && dynamic_cast<CTalInputStream*>(s);
+            if (taken || feedAsOutput) {
+                Fail(where, "stream '" + s->Name() + "' cannot be " + (inputs ? "an input" : "an output") + " of '" +
+                                p.Name() + "': it is a feed or already connected");
+            }
+            if (inputs) {
+                p.ConnectIn(port, s);
+            } else {
+                p.ConnectOut(port, s);
+            }
+        }
+    }
+
+    // Objects made by the archive take their place in the procedure being read before they
+    // read their members, so that they know the flowsheet's components and agents.
+    void Place(CObject& o) {
+        if (!current_) return;
+        if (auto* op = dynamic_cast<CTalOperation*>(&o)) {
+            op->SetOwner(current_);
+        } else if (auto* e = dynamic_cast<CTalEquipment*>(&o)) {
+            e->SetOwner(current_);
+        }
+    }
+
+    //! An object that the file must hold here, of class `cls`; null stays null.
+    template <class T>
+    std::unique_ptr<T> ReadOwned(const CRuntimeClass* cls) {
+        const std::size_t at = ar_.Position();
+        bool isNew = false;
+        CObject* obj = ar_.ReadObjectOf(cls, isNew);
+        if (obj && !isNew) Fail(at, std::string("a second reference to an object of class ") + cls->m_lpszClassName);
+        std::unique_ptr<CObject> owned(obj);
+        std::unique_ptr<T> typed(dynamic_cast<T*>(owned.get()));
+        if (typed) owned.release();
+        return typed;
+    }
+
+    void ReadEquipment(CTalProcedure& p) {
+        const std::size_t at = ar_.Position();
+        const int typeId = EquipTypeIDFromRoster0(p.UnitProcID());
+        const roster::EquipmentEntry* entry = typeId ? roster::FindEquipment(typeId) : nullptr;
+        const CRuntimeClass* cls = entry ? RosterClasses().Find(entry->className) : RUNTIME_CLASS(CTalEquipment);
+        if (!cls) Fail(at, std::string("the equipment ") + entry->className + " of '" + p.Name() + "' is not available in this version");
+        std::unique_ptr<CTalEquipment> e = ReadOwned<CTalEquipment>(cls);
+        if (!e != !entry) Fail(at, "procedure '" + p.Name() + "' must " + (entry ? "" : "not ") + "hold equipment");
+        if (!e) return;
+        CTalEquipment& item = *e;
+        const double baseYear = item.m_UserCostModel.baseYear;
+        if (baseYear != 0.0 && !IsCostIndexYear(baseYear)) Fail(at, "no plant cost index for the base year of the user's cost model");
+        p.SetEquipment(std::move(e));
+        bool hasContents = false;
+        TransferFlag(ar_, hasContents, "default contents flag");
+        if (hasContents) {
+            if (!item.m_DefaultContents) Fail(ar_.Position(), "equipment of '" + p.Name() + "' has no default contents");
+            ReadState(*item.m_DefaultContents, "the default contents of '" + p.Name() + "'");
+        }
+        bool costed = false;
+        TransferFlag(ar_, costed, "cost flag");
+        if (costed) costed_.emplace_back(&item, at);
+    }
+
+    void ReadOperations(CTalProcedure& p) {
+        const std::size_t n = TransferCount(ar_, 0, kMinOperationBytes, "operations");
+        for (std::size_t i = 0; i < n; ++i) {
+            const std::size_t at = ar_.Position();
+            std::unique_ptr<CTalOperation> op = ReadOwned<CTalOperation>(RUNTIME_CLASS(CTalOperation));
+            if (!op) Fail(at, "operation " + std::to_string(i + 1) + " of '" + p.Name() + "' is missing");
+            refs_.operations.push_back(op.get());
+            p.AddOperation(std::move(op));
+        }
+    }
+
+    // The messages and the result of the run are said again through the operation's own calls.
+    void ReplayRun(CTalOperation& op) {
+        RunRecord r;
+        TransferRunRecord(ar_, r);
+        op.ClearMessages();
+        for (const SimMessage& m : r.messages) {
+            const MsgText text = m.number && MessageText(m.number) == m.text ? MsgText(m.number) : MsgText(m.text);
+            switch (m.kind) {
+                case MsgKind::Warning: op.SetSimMsg(text, m.help); break;
+                case MsgKind::Shown: op.ShowSimMsg(text, m.help); break;
+                case MsgKind::Abnormal: op.AbnormalSimEnding(text, m.help, 1); break;
+            }
+        }
+        if (r.lastResult >= 0) op.NormalSimEnding(r.lastResult);
+    }
+
+    std::optional<SimulationResult> ReadRun() {
+        bool has = false;
+        TransferFlag(ar_, has, "run flag");
+        if (!has) return std::nullopt;
+        SimulationResult run;
+        std::vector<std::int32_t> order;
+        const std::size_t at = ar_.Position();
+        TransferSimulationResult(ar_, run, order);
+        for (std::int32_t i : order) {
+            if (i < 0 || static_cast<std::size_t>(i) >= doc_->Procedures().size()) Fail(at, "bad procedure in the order of the run");
+            run.order.push_back(doc_->Procedures()[static_cast<std::size_t>(i)].get());
+        }
+        return run;
+    }
+
+    // Models finish their upgrades once the whole flowsheet is there; the cost computations of
+    // the run are then made again from the members that the file restored.
+    void FinishOpening() {
+        for (const auto& p : doc_->Procedures()) {
+            if (CTalEquipment* e = p->Equipment()) e->OnNotifyAfterDocOpening();
+            for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->OnNotifyAfterDocOpening();
+        }
+        for (const auto& [e, at] : costed_) {
+            if (!std::isfinite(e->CalcPurchaseCost(nullptr))) {
+                Fail(at, "the purchase cost of '" + e->Name() + "' is not a finite number with the data of the file");
+            }
+        }
+    }
+
+    CArchive ar_;
+    ReferenceTable refs_;
+    std::unique_ptr<CTalDocEss> doc_;
+    CTalProcedure* current_ = nullptr;
+    std::vector<std::pair<CTalEquipment*, std::size_t>> costed_;  // with the offset of each record
+};
+
+}  // namespace
+
+std::vector<std::uint8_t> SaveFlowsheet(const CTalDocEss& doc, const SimulationResult* run, double asVersion) {
+    if (!(asVersion >= kOldestFlowsheetFormatVersion && asVersion <= kFlowsheetFormatVersion)) {
+        throw std::invalid_argument("no flowsheet format version " + std::to_string(asVersion));
+    }
+    return Writer(doc, asVersion).Write(run);
+}
+
+SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {
+    try {
+        return Reader(bytes).Read();
+    } catch (const ArchiveError& e) {
+        throw InputError(origin, e.what());
+    }
+}
+
+std::unique_ptr<CTalDocEss> LoadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {
+    return ReadSavedFlowsheet(bytes, origin).doc;
+}
+
+bool IsSavedFlowsheet(const std::vector<std::uint8_t>& bytes) {
+    const std::size_t n = std::strlen(kFlowsheetMagic);
+    return bytes.size() > n && bytes[0] == n && std::memcmp(bytes.data() + 1, kFlowsheetMagic, n) == 0;
+}
+
+std::vector<std::uint8_t> ReadBinaryFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw InputError(path, "cannot open the file");
+    std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) throw InputError(path, "cannot read the file");
+    return bytes;
+}
+
+void WriteBinaryFile(const std::string& path, const std::vector<std::uint8_t>& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out) throw InputError(path, "cannot write the file");
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!out) throw InputError(path, "cannot write the file");
+}
+
+}  // namespace unitops

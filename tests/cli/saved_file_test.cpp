@@ -1,0 +1,104 @@
+// Saved flowsheets on the command line: simulate --save, simulate SAVED, report SAVED, and
+// damaged or foreign files.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "cli_run.hpp"
+
+namespace unitops::test {
+namespace {
+
+std::string Example(const std::string& name) { return std::string(UNITOPS_SOURCE_DIR) + "/examples/" + name; }
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+//! One line of output, and nothing else.
+void ExpectOneErrorLine(const CliRun& r, const std::string& part) {
+    EXPECT_EQ(r.exitCode, 1) << r.out;
+    EXPECT_EQ(r.out.rfind("unitops: error: ", 0), 0u) << r.out;
+    EXPECT_NE(r.out.find(part), std::string::npos) << r.out;
+    ASSERT_FALSE(r.out.empty());
+    EXPECT_EQ(r.out.find('\n'), r.out.size() - 1) << r.out;
+}
+
+class SavedFileCommands : public ::testing::TestWithParam<std::string> {
+protected:
+    void SetUp() override {
+        saved = TempFile(GetParam() + ".uof", "");
+        run = Unitops("simulate " + Example(GetParam() + ".json") + " --save " + saved);
+        ASSERT_EQ(run.exitCode, 0) << run.out;
+    }
+    void TearDown() override { std::filesystem::remove(saved); }
+    std::string saved;
+    CliRun run;
+};
+
+TEST_P(SavedFileCommands, SaveWritesASavedFlowsheet) {
+    const std::string bytes = ReadFile(saved);
+    EXPECT_EQ(bytes.substr(0, 18), "\x11UNITOPS FLOWSHEET");
+}
+
+TEST_P(SavedFileCommands, ReportPrintsTheReportOfTheRun) {
+    const CliRun report = Unitops("report " + saved);
+    EXPECT_EQ(report.exitCode, 0) << report.out;
+    EXPECT_EQ(report.out, run.out);
+}
+
+TEST_P(SavedFileCommands, ReportAsASpreadsheetMatchesTheRunToo) {
+    const CliRun xls = Unitops("simulate " + Example(GetParam() + ".json") + " --xls");
+    const CliRun report = Unitops("report " + saved + " --xls");
+    EXPECT_EQ(report.exitCode, 0) << report.out;
+    EXPECT_EQ(report.out, xls.out);
+}
+
+TEST_P(SavedFileCommands, SimulatingASavedFileRunsItAgain) {
+    const CliRun again = Unitops("simulate " + saved);
+    EXPECT_EQ(again.exitCode, 0) << again.out;
+    EXPECT_EQ(again.out, run.out);
+}
+
+TEST_P(SavedFileCommands, ASavedFileSavesToTheSameBytes) {
+    const std::string copy = TempFile("copy.uof", "");
+    ASSERT_EQ(Unitops("simulate " + saved + " --save " + copy).exitCode, 0);
+    EXPECT_EQ(ReadFile(copy), ReadFile(saved));
+    std::filesystem::remove(copy);
+}
+
+TEST_P(SavedFileCommands, ATruncatedFileGivesOneMessage) {
+    const std::string bytes = ReadFile(saved);
+    const std::string cut = TempFile("cut.uof", bytes.substr(0, bytes.size() / 2));
+    ExpectOneErrorLine(Unitops("report " + cut), cut + ": unexpected end of file at byte ");
+    ExpectOneErrorLine(Unitops("simulate " + cut), cut + ": unexpected end of file at byte ");
+    std::filesystem::remove(cut);
+}
+
+INSTANTIATE_TEST_SUITE_P(Examples, SavedFileCommands, ::testing::Values("mixing", "batch_mixing"));
+
+TEST(SavedFileErrors, GarbageAfterTheMagicTextGivesOneMessage) {
+    std::string garbage = "\x11UNITOPS FLOWSHEET";
+    for (int i = 0; i < 64; ++i) garbage += static_cast<char>((i * 37 + 11) % 256);
+    const std::string file = TempFile("garbage.uof", garbage);
+    ExpectOneErrorLine(Unitops("report " + file), file + ": ");
+    ExpectOneErrorLine(Unitops("simulate " + file), file + ": ");
+    std::filesystem::remove(file);
+}
+
+TEST(SavedFileErrors, ReportRefusesAFileThatWasNotSaved) {
+    ExpectOneErrorLine(Unitops("report " + Example("mixing.json")), "mixing.json: not a saved flowsheet");
+    ExpectOneErrorLine(Unitops("report /nonexistent/plant.uof"), "/nonexistent/plant.uof: cannot open the file");
+}
+
+TEST(SavedFileErrors, AFileThatCannotBeWrittenIsNamed) {
+    const CliRun r = Unitops("simulate --save /nonexistent/dir/out.uof");
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.out.find("unitops: error: /nonexistent/dir/out.uof: cannot write the file"), std::string::npos) << r.out;
+}
+
+}  // namespace
+}  // namespace unitops::test
