@@ -33,11 +33,16 @@ double PlantCostIndex(int year) {
     return kIndex[year - kFirstYear];
 }
 
+namespace {
+int Year(double y) {
+    if (!(y < 1e5)) throw CostIndexError("no plant cost index for the year " + std::to_string(y));
+    return static_cast<int>(std::lround(y));
+}
+}  // namespace
+
 double CostIndexRatio(double fromYear, double toYear) {
-    if (fromYear <= 0.0 || toYear <= 0.0) return 1.0;
-    const int from = static_cast<int>(std::lround(fromYear));
-    const int to = static_cast<int>(std::lround(toYear));
-    return PlantCostIndex(to) / PlantCostIndex(from);
+    if (!(fromYear > 0.0) || !(toYear > 0.0)) return 1.0;
+    return PlantCostIndex(Year(toYear)) / PlantCostIndex(Year(fromYear));
 }
 
 }  // namespace unitops

@@ -70,7 +70,8 @@ void CTalEquipment::Serialize(CArchive& ar) {
 }
 
 void CTalEquipment::SerializeOwnMembers(CArchive& ar, const MemberTable& table) {
-    SerializeRows(ar, *this, table.Own(), m_VersionNo, static_cast<std::size_t>(0));
+    const CTalDocEss* doc = Flowsheet();
+    SerializeRows(ar, *this, table.Own(), m_VersionNo, doc ? static_cast<std::size_t>(doc->NumberOfComponents()) : 0);
 }
 
 std::unique_ptr<CTalEquipment> CTalEquipment::CreateCopy(CTalProcedure* owner, int flag) const {

@@ -18,7 +18,6 @@ TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalInputStream, CTalStream)
 TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalEmissionStream, CTalSModel)
 
 namespace {
-constexpr double kZero = 1e-15;
 double Clip01(double f) { return std::clamp(f, 0.0, 1.0); }
 }  // namespace
 

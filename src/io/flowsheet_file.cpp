@@ -9,7 +9,6 @@
 
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/cost_index.hpp"
-#include "unitops/contract/message_table.hpp"
 #include "unitops/io/database.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
@@ -238,9 +237,11 @@ private:
         ar_.WriteWord(feed ? 1 : 0);
         if (feed) {
             ar_.WriteWord(feed->IsVolFlowSetByUser() ? 1 : 0);
-            CTalInputStream definition(*feed);
-            definition.RestoreDefinition();
-            for (int i = 0; i < definition.NumberOfComponents(); ++i) ar_ << definition.ComponentFlow(i);
+            const std::vector<double>& defined = feed->DefinedFlows();
+            for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+                ar_ << (defined.size() == static_cast<std::size_t>(feed->NumberOfComponents()) ? defined[static_cast<std::size_t>(i)]
+                                                                                                  : feed->ComponentFlow(i));
+            }
         }
         WriteState(s);
     }
@@ -578,20 +579,11 @@ private:
         }
     }
 
-    // The messages and the result of the run are said again through the operation's own calls.
+    // The messages and the result of the run, as the operation had them.
     void ReplayRun(CTalOperation& op) {
         RunRecord r;
         TransferRunRecord(ar_, r);
-        op.ClearMessages();
-        for (const SimMessage& m : r.messages) {
-            const MsgText text = m.number && MessageText(m.number) == m.text ? MsgText(m.number) : MsgText(m.text);
-            switch (m.kind) {
-                case MsgKind::Warning: op.SetSimMsg(text, m.help); break;
-                case MsgKind::Shown: op.ShowSimMsg(text, m.help); break;
-                case MsgKind::Abnormal: op.AbnormalSimEnding(text, m.help, 1); break;
-            }
-        }
-        if (r.lastResult >= 0) op.NormalSimEnding(r.lastResult);
+        op.RestoreRunRecord(std::move(r.messages), r.lastResult);
     }
 
     std::optional<SimulationResult> ReadRun() {
@@ -614,7 +606,10 @@ private:
     void FinishOpening() {
         for (const auto& p : doc_->Procedures()) {
             if (CTalEquipment* e = p->Equipment()) e->OnNotifyAfterDocOpening();
-            for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->OnNotifyAfterDocOpening();
+            for (int i = 0; i < p->NumberOfOps(); ++i) {
+                p->GetOp(i)->UpdatePortID();
+                p->GetOp(i)->OnNotifyAfterDocOpening();
+            }
         }
         for (const auto& [e, at] : costed_) {
             if (!std::isfinite(e->CalcPurchaseCost(nullptr))) {

@@ -445,8 +445,16 @@ private:
         if (spec.contains("design")) proc.SetDesignMode(Bool(spec["design"], Key(where, "design")));
         if (spec.contains("name")) e.SetName(Text(spec["name"], Key(where, "name")));
         SetMembers(e, spec, where, {"design", "name"});
-        if (e.m_UserCostModel.baseYear > 0.0 && !HasPlantCostIndex(static_cast<int>(e.m_UserCostModel.baseYear))) {
-            Fail(Key(where, "UserCostBaseYear"), "no plant cost index for that year");
+        CheckCostYear(e.m_UserCostModel.baseYear, Key(where, "UserCostBaseYear"));
+        CheckCostYear(e.m_CostBaseYear, Key(where, "CostBaseYear"));
+    }
+
+    //! A year of cost data: 0 (none) or a year of the plant cost index table.
+    void CheckCostYear(double year, const std::string& at) const {
+        if (year == 0.0) return;
+        if (!(year >= FirstCostIndexYear() && year <= LastCostIndexYear()) || year != std::floor(year)) {
+            Fail(at, "no plant cost index for that year; the table covers " + std::to_string(FirstCostIndexYear()) + " to " +
+                         std::to_string(LastCostIndexYear()));
         }
     }
 

@@ -38,6 +38,13 @@ void WriteIndented(std::FILE* f, const std::string& text) {
     }
 }
 
+// A year as text; a value no calendar holds is printed as it is rather than cast.
+std::string Year(double y) {
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%.0f", y);
+    return buffer;
+}
+
 }  // namespace
 
 std::string OperationDescription(CTalOperation& op) {
@@ -154,14 +161,14 @@ void WriteEquipmentReport(std::FILE* f, CTalDocEss& doc, bool xls) {
         if (!t.law.empty()) how += "; " + t.law;
         if (t.sizeUsed != 0.0 || !t.sizeUnits.empty()) how += "; size " + std::to_string(t.sizeUsed) + " " + t.sizeUnits;
         if (t.baseCost != 0.0) how += "; base cost $" + std::to_string(t.baseCost);
-        if (t.baseYear > 0.0) how += "; base year " + std::to_string(static_cast<int>(t.baseYear));
+        if (t.baseYear > 0.0) how += "; base year " + Year(t.baseYear);
         if (t.indexRatio != 1.0) how += "; cost index ratio " + std::to_string(t.indexRatio);
         if (t.materialFactor != 1.0) how += "; material factor " + std::to_string(t.materialFactor);
         for (const std::string& factor : t.factors) how += "; " + factor;
         std::fprintf(f, "%s  (%s)\n", xls ? "\t" : "  ", how.c_str());
     }
-    std::fprintf(f, "\nTotal purchase cost of equipment = $%.0f%s\n", total,
-                 doc.costYear > 0.0 ? (" (" + std::to_string(static_cast<int>(doc.costYear)) + " dollars)").c_str() : "");
+    const std::string dollars = doc.costYear > 0.0 ? " (" + Year(doc.costYear) + " dollars)" : std::string();
+    std::fprintf(f, "\nTotal purchase cost of equipment = $%.0f%s\n", total, dollars.c_str());
 }
 
 void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult* result, bool xls) {

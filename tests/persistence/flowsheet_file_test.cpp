@@ -122,6 +122,20 @@ std::vector<std::string> Names(const std::vector<CTalProcedure*>& order) {
     return names;
 }
 
+// The results without the models' per-run state (results that no file keeps, such as what
+// back-propagation asked of an operation): those start over with every run.
+nlohmann::json WithoutRunState(const CTalDocEss& doc, nlohmann::json j) {
+    for (const auto& p : doc.Procedures()) {
+        auto& ops = j["procedures"][p->Name()]["operations"];
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            for (const MemberRow& r : p->GetOp(i)->MemberRows().All()) {
+                if (!r.input && r.persist == Persist::None) ops[static_cast<std::size_t>(i)]["members"].erase(r.name);
+            }
+        }
+    }
+    return j;
+}
+
 class SavedFlowsheetFile : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
@@ -148,7 +162,8 @@ TEST_P(SavedFlowsheetFile, PrintsTheReportsOfTheRunByteForByte) {
     for (bool xls : {false, true}) {
         EXPECT_EQ(ReportOf(*loaded.doc, RunOf(loaded), xls), ReportOf(*original.doc, &original.run, xls)) << "xls " << xls;
     }
-    EXPECT_EQ(ResultsToJson(*loaded.doc, RunOf(loaded)), ResultsToJson(*original.doc, &original.run));
+    EXPECT_EQ(WithoutRunState(*loaded.doc, ResultsToJson(*loaded.doc, RunOf(loaded))),
+              WithoutRunState(*original.doc, ResultsToJson(*original.doc, &original.run)));
 }
 
 TEST_P(SavedFlowsheetFile, SavesToTheSameBytesAgain) { EXPECT_EQ(SaveFlowsheet(*loaded.doc, RunOf(loaded)), bytes); }

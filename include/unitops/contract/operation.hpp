@@ -141,6 +141,7 @@ public:
     void SetMasterOperation(CTalOperation* op) { m_MasterOperation = op; }
     //! The host's flag that this operation may calculate its own duration.
     int CanCalculateDuration() const { return m_CanCalculateDuration; }
+    void SetCanCalculateDuration(int v) { m_CanCalculateDuration = v; }
 
     // ---- Ports ----
     CTalStream* InStream(int port) const;
@@ -181,6 +182,11 @@ public:
     void ClearMessages() { m_Messages.clear(); }
     //! Result of the last Solve: 1 normal, 0 normal with warnings, -1 abnormal, -2 never run.
     int LastResult() const { return m_LastResult; }
+    //! Puts back the messages and result of a run read from a file.
+    void RestoreRunRecord(std::vector<SimMessage> messages, int lastResult) {
+        m_Messages = std::move(messages);
+        m_LastResult = lastResult;
+    }
 
     // ---- Power, heat, labour ----
     double Power() const { return m_Power; }

@@ -253,6 +253,8 @@ public:
     //! The user's definition, restored before each simulation.
     void KeepAsDefinition();
     void RestoreDefinition();
+    //! The flows the user gave (kg/s per component); empty if none were kept.
+    const std::vector<double>& DefinedFlows() const { return definedFlows_; }
 
 private:
     bool volFlowSetByUser_ = false;

@@ -148,7 +148,12 @@ TAL_IMPLEMENT_CLASS(CTalPullOutOp, CTalTransferOutOp)
 
 void CTalTransferOp::Serialize(CArchive& ar) {
     CTalOperation::Serialize(ar);
-    if (ar.IsStoring()) {
+    if (ar.IsStoring() && ar.StoreVersionNo() < 4.101) {
+        // Files of that age named the procedure in 16 single bytes.
+        std::string name = m_TransferProcedure ? m_TransferProcedure->Name() : std::string();
+        name.resize(16, '\0');
+        ar.WriteRaw(name.data(), name.size());
+    } else if (ar.IsStoring()) {
         ar.WriteProcedureRef(m_TransferProcedure);
     } else if (m_VersionNo < 4.101) {
         ar.Skip(16);  // the procedure was kept by name then; it is asked again at validation
@@ -694,13 +699,18 @@ bool CTalTransferOutOp::CanInitiateStateBPG(std::string& reason) const {
 void CTalPullOutOp::Serialize(CArchive& ar) {
     CTalTransferOutOp::Serialize(ar);
     SerializeOwnMembers(ar, Members());
-    if (ar.IsLoading() && m_VersionNo < 4.707) {
-        m_FlowBasis = kNoBasis;
-        if (!m_CanCalculateDuration) {
-            m_ProcessTimeMode = 1;
-        } else {
-            m_ProcessTimeMode = (m_ProcessTimeMode == 2 && m_MasterOperation) ? 3 : 1;
-        }
+    if (ar.IsLoading() && m_VersionNo < 4.707) m_FlowBasis = kNoBasis;
+}
+
+// Files below 4.707 knew no mode 3: a duration from a master was mode 2 with a master. The
+// master is known only once the whole flowsheet is read.
+void CTalPullOutOp::OnNotifyAfterDocOpening() {
+    CTalTransferOutOp::OnNotifyAfterDocOpening();
+    if (m_VersionNo >= 4.707) return;
+    if (!m_CanCalculateDuration) {
+        m_ProcessTimeMode = 1;
+    } else {
+        m_ProcessTimeMode = (m_ProcessTimeMode == 2 && m_MasterOperation) ? 3 : 1;
     }
 }
 

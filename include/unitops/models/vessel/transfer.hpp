@@ -158,6 +158,7 @@ public:
     void Serialize(CArchive& ar) override;
     void PrepareForSimulation() override;
     bool IsOutPortUsed(int port, int flag) const override;
+    void OnNotifyAfterDocOpening() override;
     void InitSimModelParams() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
