@@ -34,7 +34,7 @@ protected:
         doc = test::MakeDoc({"Water"});
         doc->costYear = 2023;
         proc = &test::AddProcedure(*doc, "P-1", 0xA087);
-        mixer = dynamic_cast<CTalMixer*>(proc->Equipment());
+        mixer = &dynamic_cast<CTalMixer&>(*proc->Equipment());
         mixer->m_RatedThroughput = 1.0;  // 3600 kg/h
     }
     std::unique_ptr<CTalDocEss> doc;

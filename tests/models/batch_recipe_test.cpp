@@ -70,8 +70,8 @@ TEST_F(BatchRecipe, VesselsAreSizedByTheirFullestOperation) {
         EXPECT_NEAR(vessel->Volume() * vessel->NumberOfUnits(), largest / 0.9, 1e-9 * largest) << name;
         double ratio = 0.0;
         for (int i = 0; i < p->NumberOfOps(); ++i) {
-            const auto* t = dynamic_cast<const CTalTransferOp*>(p->GetOp(i));
-            ratio = std::max({ratio, t->m_Volumes.workingToVesselVol, t->m_Volumes.finalVolumeRatio});
+            const auto& t = dynamic_cast<const CTalTransferOp&>(*p->GetOp(i));
+            ratio = std::max({ratio, t.m_Volumes.workingToVesselVol, t.m_Volumes.finalVolumeRatio});
         }
         EXPECT_NEAR(ratio, 0.9, 1e-12) << name;
     }

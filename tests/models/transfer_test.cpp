@@ -271,3 +271,58 @@ TEST_F(TransferTest, Descriptions) {
 
 }  // namespace
 }  // namespace unitops
+
+namespace unitops {
+namespace {
+
+TEST_F(TransferTest, VesselChecksFindAnOperationThatFillsMoreThanTheVesselAllows) {
+    CTalChargeOp& charge = Add<CTalChargeOp>(1);
+    vessel->SetMaxWorkingToVesselVol(0.8);
+    ValidationSink sink;
+    EXPECT_EQ(vessel->IsSimDataComplete(0, &sink, 0), 0);
+    ASSERT_FALSE(sink.Issues().empty());
+    EXPECT_NE(sink.Issues().back().text.find("has a higher\nMaximum to Working Vessel Volume specified"), std::string::npos)
+        << sink.Issues().back().text;
+    // An old file: the vessel takes the highest filling of its operations and passes it on.
+    vessel->m_VersionNo = 5.0012;
+    charge.SetMaxWorkingToVesselVol(0.95);
+    vessel->OnNotifyAfterDocOpening();
+    EXPECT_DOUBLE_EQ(vessel->MaxWorkingToVesselVol(), 0.95);
+    EXPECT_DOUBLE_EQ(charge.MaxWorkingToVesselVol(), 0.95);
+}
+
+TEST_F(TransferTest, ADemandThatNothingUpstreamCanMeetIsReported) {
+    // P-A charges water and sends a fixed 400 kg on; P-B asks 1000 kg of what it received.
+    CTalProcedure& pa = test::AddProcedure(*doc, "P-A", 0xA010, false);
+    CTalProcedure& pb = test::AddProcedure(*doc, "P-B", 0xA010, false);
+    CTalInputStream& water = test::AddFeed(*doc, "W", {0.1, 0.0, 0.0}, 293.15);
+    CTalStream& mid = test::AddStream(*doc, "MID");
+    CTalStream& product = test::AddStream(*doc, "PRODUCT");
+    pa.ConnectIn(0, &water);
+    pa.ConnectOut(0, &mid);
+    pb.ConnectIn(0, &mid);
+    pb.ConnectOut(0, &product);
+    const auto add = [](CTalProcedure& p, auto op, int port) {
+        op->SetPortID(port);
+        p.AddOperation(std::move(op));
+    };
+    const auto sendMass = [](CTalProcedure& p, double kg) {
+        auto op = CTalOperation::Create<CTalTransferOutOp>(&p);
+        op->m_TransferOutMode = CTalTransferOutOp::kMassOut;
+        op->m_MassOut = kg;
+        return op;
+    };
+    add(pa, CTalOperation::Create<CTalChargeOp>(&pa), 1);
+    add(pa, sendMass(pa, 400.0), -1);
+    add(pb, CTalOperation::Create<CTalTransferInOp>(&pb), 1);
+    add(pb, sendMass(pb, 1000.0), -1);
+    const SimulationResult r = Simulator(*doc).Run();
+    EXPECT_TRUE(r.completed);
+    ASSERT_EQ(r.warnings.size(), 1u);
+    EXPECT_NE(r.warnings[0].find("P-B"), std::string::npos) << r.warnings[0];
+    EXPECT_NEAR(product.MassFlow() * 36000.0, 400.0, 1e-6);  // what there was
+    EXPECT_NEAR(water.MassFlow() * 36000.0, 3600.0, 1e-9);    // the feed was not touched
+}
+
+}  // namespace
+}  // namespace unitops

@@ -136,7 +136,7 @@ protected:
         AddOp<RatioOp>(*proc, 0.5, true);
         const double flows[] = {0.001, 0.004, 0.008};
         for (int i = 0; i < 3; ++i) proc->GetState(i)->SetComponentFlow(0, flows[i]);
-        tank = dynamic_cast<CTalBlendingTank*>(proc->Equipment());
+        tank = &dynamic_cast<CTalBlendingTank&>(*proc->Equipment());
     }
 
     std::unique_ptr<CTalDocEss> doc;
