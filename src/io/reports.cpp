@@ -45,6 +45,15 @@ std::string Year(double y) {
     return buffer;
 }
 
+// The host's line on every operation: its set-up time and duration, and the power it draws.
+void WriteOperationTimes(std::FILE* f, const CTalOperation& op) {
+    const DisplayUnit setup = op.SetupTimeUnits().Display(), process = op.ProcessTimeUnits().Display();
+    std::fprintf(f, "Set-up time %.2f %s, process time %.2f %s", setup.ToDisplay(op.SetupTime()), setup.name,
+                 process.ToDisplay(op.ProcessTime()), process.name);
+    if (op.Power() > 0.0) std::fprintf(f, ", power %.3f kW", op.Power() / 1000.0);
+    std::fputc('\n', f);
+}
+
 }  // namespace
 
 std::string OperationDescription(CTalOperation& op) {
@@ -133,6 +142,7 @@ void WriteInputDataReport(std::FILE* f, CTalDocEss& doc) {
             CTalOperation* op = p->GetOp(i);
             std::fprintf(f, "\nOperation %s (%s): %s\n", op->Name().c_str(), op->IsA().c_str(),
                          OperationDescription(*op).c_str());
+            WriteOperationTimes(f, *op);
             InDisplayUnits(*op, [&] { op->WriteIDR_Description(f); });
         }
     }
