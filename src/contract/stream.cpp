@@ -388,6 +388,7 @@ bool CTalSModel::IsAllGaseous() const {
 // ---------------------------------------------------------------- arithmetic
 
 void CTalSModel::ExtractVaporPhase(CTalSModel& gas, int) {
+    gas.MatchComponents(*this);
     const double T = T_, P = P_;
     for (std::size_t i = 0; i < c_.size(); ++i) {
         ComponentState& own = c_[i];
@@ -434,6 +435,21 @@ void CTalSModel::Mix(const CTalSModel& a, const CTalSModel& b) {
 
 void CTalSModel::MixN(const CTalSModel* const* states, int n) {
     if (n <= 0) return;
+    // States of another component list (a programming error) are left out rather than read past.
+    std::vector<const CTalSModel*> matching;
+    const CTalSModel* const* inputs = states;
+    const std::size_t count = states[0]->c_.size();
+    bool mismatch = false;
+    for (int k = 0; k < n; ++k) mismatch |= states[k]->c_.size() != count;
+    if (mismatch) {
+        for (int k = 0; k < n; ++k) {
+            if (states[k]->c_.size() == count) matching.push_back(states[k]);
+        }
+        inputs = matching.data();
+        n = static_cast<int>(matching.size());
+    }
+    if (c_.size() != count) SetComponents(states[0]->comps_);
+    states = inputs;
     // Everything read from the inputs before this state is written: any input may be this state.
     double H = 0.0, mcT = 0.0, mc = 0.0;
     double pressure = std::numeric_limits<double>::infinity();
@@ -506,7 +522,12 @@ void CTalSModel::MixFracInto(double f, CTalSModel& target) const {
     target.MixN(states, 2);
 }
 
+void CTalSModel::MatchComponents(const CTalSModel& other) {
+    if (c_.size() != other.c_.size()) SetComponents(other.comps_);
+}
+
 void CTalSModel::SetAllFrom(const CTalSModel& src, double factor) {
+    MatchComponents(src);
     for (std::size_t i = 0; i < c_.size(); ++i) {
         const ComponentState s = src.c_[i];
         c_[i] = s;
@@ -517,6 +538,8 @@ void CTalSModel::SetAllFrom(const CTalSModel& src, double factor) {
 }
 
 void CTalSModel::Split(CTalSModel& out1, CTalSModel& out2, double f) const {
+    out1.MatchComponents(*this);
+    out2.MatchComponents(*this);
     const double share = Clip01(f);
     const double T = T_, P = P_;
     const double total = MassFlow();
@@ -567,6 +590,7 @@ void CTalSModel::CompSplitN(CTalSModel* const* outs, int n, const double* const*
 }
 
 int CTalSModel::DivideInto(const CTalSModel& a, CTalSModel& b) const {
+    if (a.c_.size() != c_.size()) return 0;
     const CTalSModel source(*this);
     int ok = 1;
     b.SetAllFrom(source, 1.0);
@@ -580,6 +604,7 @@ int CTalSModel::DivideInto(const CTalSModel& a, CTalSModel& b) const {
 }
 
 void CTalSModel::Subtract(const CTalSModel& s) {
+    if (s.c_.size() != c_.size()) return;
     const bool self = &s == this;
     RememberComposition();
     for (std::size_t i = 0; i < c_.size(); ++i) {

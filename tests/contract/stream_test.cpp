@@ -181,6 +181,23 @@ TEST_F(StreamTest, SubtractAndMultiplyClipAtZero) {
     EXPECT_EQ(s.MassFlow(), 0.0);
 }
 
+TEST_F(StreamTest, StatesOfAnotherComponentListAreNeverReadPast) {
+    CTalDocEss other;
+    test::AddSimpleComponent(other, "Z", 10.0, 900.0, 3000.0);
+    CTalSModel foreign(other.Comps());
+    foreign.SetComponentFlow(0, 5.0);
+    const CTalSModel own = State(1.0, 0.0, 0.0, 300.0);
+    CTalSModel out(doc->Comps());
+    const CTalSModel* states[] = {&own, &foreign};
+    out.MixN(states, 2);
+    EXPECT_DOUBLE_EQ(out.MassFlow(), 1.0);  // the foreign state is left out
+    CTalSModel target(other.Comps());
+    own.Split(target, target, 0.5);
+    EXPECT_EQ(target.NumberOfComponents(), 3);  // rebound to the source's list
+    CTalSModel rest(doc->Comps());
+    EXPECT_EQ(own.DivideInto(foreign, rest), 0);
+}
+
 // The same checks with the built-in water, whose heat capacity depends on temperature.
 TEST(StreamPhysics, WaterStreamsMixToTheExpectedTemperature) {
     auto doc = test::MakeDoc({"Water", "Ethanol", "Nitrogen"});

@@ -165,6 +165,8 @@ protected:
     double HeatCapacityFlow(double T) const;  // sum of m Cp with each component's phase split, W/K
     void EnthalpyAndSlope(double T, double& h, double& slope) const;
     void RememberComposition();
+    //! Binds this state to the other's component list if they differ in length.
+    void MatchComponents(const CTalSModel& other);
     void SetAllFrom(const CTalSModel& src, double factor);
     void SolveTemperature(double H, double guess, double fallback);
 
