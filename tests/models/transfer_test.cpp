@@ -185,6 +185,18 @@ TEST_F(TransferTest, PullOutWithoutDemandMovesTheFloor) {
     EXPECT_NEAR(pull.m_AmountPulled, 2700.0, 1e-9);
 }
 
+TEST_F(TransferTest, PullOutWaitingForMoreContentsNeverSendsMoreThanHeld) {
+    Add<CTalChargeOp>(1);
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
+    feed->SetMassFlow(5e-8);  // less than the floor of a pull out
+    pull.PrepareForSimulation();
+    pull.AbsorbBPG(0.0, 1.0, out);
+    ASSERT_EQ(proc->Solve(false), 1);
+    ASSERT_EQ(proc->StateBids().size(), 1u);  // more contents asked of the host
+    EXPECT_DOUBLE_EQ(out->MassFlow(), 5e-8);
+    EXPECT_NEAR(proc->GetState(2)->MassFlow(), 0.0, 1e-20);
+}
+
 TEST_F(TransferTest, PullOutAskedMoreThanHeldWithoutBackPropagation) {
     CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
     proc->GetState(0)->SetComponentFlow(0, 0.01);

@@ -767,7 +767,7 @@ int CTalPullOutOp::Solve(CTalStateStream* before, CTalStateStream* after, int sk
             InitCompVar(m_CompositionOut, 0.0);
             before->GetComponentComposition(m_CompositionOut.data(), NumberOfComponents());
             m_Owner->SetStateInitiatingBPG(before, this, R, m_CompositionOut.data(), true);
-            R = kPullOutFloor;
+            R = std::min(kPullOutFloor, M);  // never more than the vessel holds
         } else {
             SetSimMsg(ShortageText(reason, R * T / n, M * T / n, false), kHelpBalance);
             result = 0;

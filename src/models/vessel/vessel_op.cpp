@@ -134,12 +134,9 @@ int CTalVesselOp::ContinuousVesselSizing(double volFlow, int skipSizing) {
     } else {
         m_Volumes.workingVolume = volFlow * m_ResidenceTime;
         if (!skipSizing) {
+            // The working ratio, not the maximum, sizes a continuous vessel.
             unsigned message = 0;
-            // The working ratio, not the maximum, sizes a continuous vessel; it must be positive.
-            if (m_Volumes.workingToVesselVol <= 1e-15) {
-                SetSimMsg(0x3001, kHelpVolumeRatio);
-                result = 0;
-            } else if (!vessel->CalcSize(m_Volumes.workingVolume, m_Volumes.workingToVesselVol, message)) {
+            if (!vessel->CalcSize(m_Volumes.workingVolume, m_Volumes.workingToVesselVol, message)) {
                 SetSimMsg(message, 0);
                 result = 0;
             }
