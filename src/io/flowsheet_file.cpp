@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -652,10 +653,23 @@ bool IsSavedFlowsheet(const std::vector<std::uint8_t>& bytes) {
 }
 
 std::vector<std::uint8_t> ReadBinaryFile(const std::string& path) {
+    std::error_code ec;
+    const auto status = std::filesystem::status(path, ec);
+    if (ec || !std::filesystem::exists(status)) throw InputError(path, "cannot open the file");
+    if (!std::filesystem::is_regular_file(status)) {
+        throw InputError(path, "not a regular file (a directory, a device or a pipe cannot be read as a flowsheet)");
+    }
+    const auto size = std::filesystem::file_size(path, ec);
+    if (ec) throw InputError(path, "cannot read the file");
+    if (size > kMaxInputFileSize) {
+        throw InputError(path, "the file holds " + std::to_string(size) + " bytes; files of more than " +
+                                   std::to_string(kMaxInputFileSize >> 20) + " MB are refused");
+    }
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(path, "cannot open the file");
-    std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw InputError(path, "cannot read the file");
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (in.bad() || static_cast<std::uintmax_t>(in.gcount()) != size) throw InputError(path, "cannot read the file");
     return bytes;
 }
 
