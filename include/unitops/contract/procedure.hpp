@@ -140,6 +140,8 @@ public:
     void BindComponents(const ComponentList* comps);
 
 private:
+    bool KeepsFiniteResults(int opIndex);
+
     CTalDocEss* doc_;
     std::string name_;
     unsigned unitProcId_;

@@ -1,7 +1,6 @@
 #include "unitops/models/vessel/vessel.hpp"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -87,7 +86,7 @@ void CTalVessel::InitCostParams() {
     m_CostFactor3 = 0.1;
 }
 
-int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned&) {
+int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message) {
     // Validation refuses a ratio of zero; the volume is then taken as it is rather than infinite.
     const double v = maxRatio > kZero ? totalVolume / maxRatio : totalVolume;
     if (!m_IsSizedInThisRun) {
@@ -99,8 +98,10 @@ int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned&) {
     m_NumberOfUnits = 1;
     // A maximum of zero is refused by validation too: one unit then takes the whole volume.
     if (m_MaxVolume > kZero && m_MaxVolume < m_Volume) {
-        const double units = std::min(std::ceil(m_Volume / m_MaxVolume), static_cast<double>(INT_MAX));
-        m_NumberOfUnits = static_cast<int>(units);
+        if (!UnitsNeeded(m_Volume, m_MaxVolume, m_NumberOfUnits)) {
+            message = kMsgCannotSize;
+            return 0;
+        }
         m_Volume /= m_NumberOfUnits;
     }
     return 1;
