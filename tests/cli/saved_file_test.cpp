@@ -94,6 +94,19 @@ TEST(SavedFileErrors, ReportRefusesAFileThatWasNotSaved) {
     ExpectOneErrorLine(Unitops("report /nonexistent/plant.uof"), "/nonexistent/plant.uof: cannot open the file");
 }
 
+TEST_P(SavedFileCommands, ANameThatIsNotUtf8IsRefusedBeforeAnyOutput) {
+    std::string bytes = ReadFile(saved);
+    const auto name = bytes.find("MIX-1");
+    ASSERT_NE(name, std::string::npos);
+    bytes[name] = '\xFF';
+    const std::string damaged = TempFile(GetParam() + "-damaged.uof", bytes);
+    const std::string json = TempFile(GetParam() + "-damaged.json", "");
+    std::filesystem::remove(json);
+    ExpectOneErrorLine(Unitops("report " + damaged + " --json " + json), "a text is not valid UTF-8");
+    EXPECT_FALSE(std::filesystem::exists(json));  // no empty results file left behind
+    std::filesystem::remove(damaged);
+}
+
 TEST(SavedFileErrors, AFileThatCannotBeWrittenIsNamed) {
     const CliRun r = Unitops("simulate --save /nonexistent/dir/out.uof");
     EXPECT_EQ(r.exitCode, 1);
