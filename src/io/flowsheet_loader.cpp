@@ -31,7 +31,9 @@ bool IsNote(const std::string& key) { return key == "note" || key == "notes" || 
 // Numbers written as "0xA087", "41095" or 41095.
 bool ParseNumberText(const json& v, unsigned& out) {
     if (v.is_number_unsigned()) {
-        out = v.get<unsigned>();
+        const auto n = v.get<std::uint64_t>();
+        if (n > 0xFFFFFFFFu) return false;
+        out = static_cast<unsigned>(n);
         return true;
     }
     if (!v.is_string()) return false;
@@ -110,6 +112,7 @@ private:
 
     int Integer(const json& v, const std::string& at) const {
         if (v.is_boolean()) return v.get<bool>() ? 1 : 0;
+        if (v.is_number_unsigned() && v.get<std::uint64_t>() > 2147483647u) Fail(at, "the number is too large");
         if (v.is_number_integer()) {
             const auto n = v.get<long long>();
             if (n < -2147483647LL || n > 2147483647LL) Fail(at, "the number is too large");
