@@ -116,7 +116,24 @@ void CTalOperation::SetOwner(CTalProcedure* owner) {
     }
 }
 
-int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd*) { return 1; }
+// Every port that the operation takes from or gives to must hold a stream.
+int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
+    const std::string missing = MissingPortStream();
+    if (missing.empty()) return 1;
+    if (wnd) ShowSimMsg("No stream is attached to " + missing + ", which the operation uses.\n", 0);
+    return 0;
+}
+
+std::string CTalOperation::MissingPortStream() const {
+    for (int p = 0; p < NumberOfInStreams(); ++p) {
+        if (IsInPortUsed(p, 0) && !InStream(p)) return "input port " + std::to_string(p + 1);
+    }
+    for (int p = 0; p < NumberOfOutStreams(); ++p) {
+        if (IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
+    }
+    return {};
+}
+
 int CTalOperation::IsReadyForSimulation(CWnd*) { return 1; }
 
 void CTalOperation::PrepareForSimulation() {
