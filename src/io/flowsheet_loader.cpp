@@ -152,13 +152,25 @@ private:
         return v.get<std::string>();
     }
 
+    //! The member that a key names: its own name, or another name by which the same member is
+    //! known in some model descriptions.
+    static const MemberRow* FindMember(const MemberTable& table, const std::string& key) {
+        static const std::map<std::string, std::string> kAliases = {
+            {"WorkingToVesselVolume", "WorkingToVesselVol"}, {"OperatingTemp", "ExitTemp"},
+            {"OperatingPress", "OperPressure"},              {"IsPressSetByUser", "IsPressureSetByUser"},
+            {"TotalPower", "Power"},                         {"EquipCapacityUtilF", "CapacityUtilF"}};
+        if (const MemberRow* row = table.Find(key)) return row;
+        const auto alias = kAliases.find(key);
+        return alias == kAliases.end() ? nullptr : table.Find(alias->second);
+    }
+
     //! Sets every key of `j` (but those in `skip`) through the object's member table.
     void SetMembers(CObject& obj, const json& j, const std::string& at, const std::set<std::string>& skip) const {
         const MemberTable& table = obj.MemberRows();
         for (const auto& [key, value] : j.items()) {
             if (skip.count(key) || IsNote(key)) continue;
             const std::string where = Key(at, key);
-            const MemberRow* row = table.Find(key);
+            const MemberRow* row = FindMember(table, key);
             if (!row) Fail(where, std::string("unknown parameter '") + key + "' of " + obj.GetRuntimeClass()->m_lpszClassName);
             if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
             switch (row->type) {
