@@ -87,8 +87,13 @@ void CTalVessel::InitCostParams() {
 }
 
 int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message) {
-    // Validation refuses a ratio of zero; the volume is then taken as it is rather than infinite.
-    const double v = maxRatio > kZero ? totalVolume / maxRatio : totalVolume;
+    // Validation refuses these; should one reach here all the same, the vessel keeps its size and
+    // the caller reports why rather than sizing on a substitute.
+    if (maxRatio <= kZero || m_MaxVolume <= kZero) {
+        message = kMsgCannotSize;
+        return 0;
+    }
+    const double v = totalVolume / maxRatio;
     if (!m_IsSizedInThisRun) {
         m_Volume = v;
         m_IsSizedInThisRun = 1;
@@ -96,8 +101,7 @@ int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message)
         m_Volume = std::max(v, m_NumberOfUnits * m_Volume);
     }
     m_NumberOfUnits = 1;
-    // A maximum of zero is refused by validation too: one unit then takes the whole volume.
-    if (m_MaxVolume > kZero && m_MaxVolume < m_Volume) {
+    if (m_MaxVolume < m_Volume) {
         if (!UnitsNeeded(m_Volume, m_MaxVolume, m_NumberOfUnits)) {
             message = kMsgCannotSize;
             return 0;
