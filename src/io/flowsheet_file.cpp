@@ -566,7 +566,7 @@ private:
         }
         bool costed = false;
         TransferFlag(ar_, costed, "cost flag");
-        if (costed) costed_.emplace_back(&item, at);
+        if (costed) costed_.push_back(&item);
     }
 
     void ReadOperations(CTalProcedure& p) {
@@ -612,10 +612,10 @@ private:
                 p->GetOp(i)->OnNotifyAfterDocOpening();
             }
         }
-        for (const auto& [e, at] : costed_) {
-            if (!std::isfinite(e->CalcPurchaseCost(nullptr))) {
-                Fail(at, "the purchase cost of '" + e->Name() + "' is not a finite number with the data of the file");
-            }
+        // A cost that is not finite with the file's data is cleared as the run that saved it did.
+        for (CTalEquipment* e : costed_) {
+            e->CalcPurchaseCost(nullptr);
+            e->KeepsFiniteCost();
         }
     }
 
@@ -623,7 +623,7 @@ private:
     ReferenceTable refs_;
     std::unique_ptr<CTalDocEss> doc_;
     CTalProcedure* current_ = nullptr;
-    std::vector<std::pair<CTalEquipment*, std::size_t>> costed_;  // with the offset of each record
+    std::vector<CTalEquipment*> costed_;
 };
 
 }  // namespace
