@@ -327,6 +327,7 @@ public:
         if (!ar_.AtEnd()) Fail(ar_.Position(), "unexpected data after the end of the flowsheet");
         ar_.ResolveReferences();
         FinishOpening();
+        doc_->SetSimModified(!(saved.run && saved.run->completed));
         saved.doc = std::move(doc_);
         return saved;
     }
@@ -607,8 +608,11 @@ private:
         for (const auto& p : doc_->Procedures()) {
             if (CTalEquipment* e = p->Equipment()) e->OnNotifyAfterDocOpening();
             for (int i = 0; i < p->NumberOfOps(); ++i) {
-                p->GetOp(i)->UpdatePortID();
-                p->GetOp(i)->OnNotifyAfterDocOpening();
+                CTalOperation& op = *p->GetOp(i);
+                op.UpdatePortID();
+                op.CreateAgentPointersFromOldVersionNames();
+                op.CreateLaborNeedsForOldVersions();
+                op.OnNotifyAfterDocOpening();
             }
         }
         for (const auto& [e, at] : costed_) {
@@ -634,12 +638,39 @@ std::vector<std::uint8_t> SaveFlowsheet(const CTalDocEss& doc, const SimulationR
     return Writer(doc, asVersion).Write(run);
 }
 
-SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {
+namespace {
+// The file's components in the order of `names`, which must name each of them once.
+void ReorderComponents(CTalDocEss& doc, const std::vector<std::string>& names, const std::string& origin) {
+    std::vector<std::unique_ptr<CTalPureComponent>> definitions;
+    for (const std::string& name : names) {
+        const CTalPureComponent* c = doc.ComponentDefPtr(name);
+        if (!c) throw InputError(origin, "component '" + name + "' is not in the saved flowsheet");
+        definitions.push_back(std::make_unique<CTalPureComponent>(*c));
+    }
+    if (definitions.size() != static_cast<std::size_t>(doc.NumberOfComponents())) {
+        throw InputError(origin, "the component order must name each of the saved flowsheet's " +
+                                     std::to_string(doc.NumberOfComponents()) + " components once");
+    }
+    const bool modified = doc.IsSimModified();
     try {
-        return Reader(bytes).Read();
+        doc.UpdateComponentList(std::move(definitions));
+    } catch (const std::invalid_argument& e) {
+        throw InputError(origin, e.what());
+    }
+    doc.SetSimModified(modified);  // the same data in another order: the results still hold
+}
+}  // namespace
+
+SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin,
+                                  const std::vector<std::string>& componentOrder) {
+    SavedFlowsheet saved;
+    try {
+        saved = Reader(bytes).Read();
     } catch (const ArchiveError& e) {
         throw InputError(origin, e.what());
     }
+    if (!componentOrder.empty()) ReorderComponents(*saved.doc, componentOrder, origin);
+    return saved;
 }
 
 std::unique_ptr<CTalDocEss> LoadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {
