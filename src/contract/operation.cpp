@@ -275,9 +275,14 @@ double CTalOperation::BatchReferenceTime() const {
     return IsFlowsheetInBatchMode() ? PlantBatchTime() : HoldupTime();
 }
 
+// A master's duration is held in the master's units state; it is given in this operation's, so
+// that a description in display units shows it in this operation's own time unit.
 double CTalOperation::ProcessTime() const {
-    if (m_ProcessTimeMode == 3 && m_MasterOperation && m_MasterOperation != this) return m_MasterOperation->m_ProcessTime;
-    return m_ProcessTime;
+    const CTalOperation* master = m_MasterOperation;
+    if (m_ProcessTimeMode != 3 || !master || master == this) return m_ProcessTime;
+    double seconds = master->m_ProcessTime;
+    if (!master->m_IsInInternalUnits) seconds = master->m_ProcessTimePQ.Display().ToInternal(seconds);
+    return m_IsInInternalUnits ? seconds : m_ProcessTimePQ.Display().ToDisplay(seconds);
 }
 
 // ---------------------------------------------------------------- ports

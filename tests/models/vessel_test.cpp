@@ -67,11 +67,17 @@ TEST(VesselSizing, UnitsBelowTheMaximumAndOnlyRisingWithinAPass) {
     EXPECT_TRUE(v->DoSizingBasedOnVolume(45.0, 0.9, message));
     EXPECT_EQ(v->NumberOfUnits(), 1);
     EXPECT_NEAR(v->Volume(), 50.0, 1e-12);
-    v->m_IsSizedInThisRun = 0;  // a ratio or a maximum of zero (refused by validation) stays finite
-    v->SetMaxVolume(0.0);
-    v->CalcSize(500.0, 0.0, message);
+    // A ratio or a maximum of zero (refused by validation) sizes nothing and says why.
+    v->m_IsSizedInThisRun = 0;
+    EXPECT_EQ(v->CalcSize(500.0, 1e-15, message), 0);
+    EXPECT_EQ(message, 42u);
+    v->SetMaxVolume(1e-15);
+    message = 0;
+    EXPECT_EQ(v->CalcSize(500.0, 0.9, message), 0);
+    EXPECT_EQ(message, 42u);
     EXPECT_EQ(v->NumberOfUnits(), 1);
-    EXPECT_EQ(v->Volume(), 500.0);
+    EXPECT_EQ(v->Volume(), 50.0);
+    EXPECT_EQ(v->m_IsSizedInThisRun, 0);
 }
 
 TEST(VesselDimensions, VerticalAndHorizontalCylinders) {
