@@ -151,6 +151,7 @@ void CTalOperation::GetInfoOnConsumables(int, double& area, double& quantity, do
 bool CTalOperation::IsInPortUsed(int, int) const { return false; }
 bool CTalOperation::IsOutPortUsed(int, int) const { return false; }
 int CTalOperation::CanSizeEquipment(const CTalEquipment*) const { return 1; }
+
 void CTalOperation::InitAuxHeatingAgent() {
     const CTalDocEss* doc = Flowsheet();
     m_AuxHeatingAgent = doc ? doc->GetDefaultHeatingAgent("Steam") : nullptr;
@@ -193,6 +194,7 @@ void CTalOperation::ReMapOwnComponentData(const ComponentList& oldComps, const C
     if (m_EmissionStream) m_EmissionStream->ReMapComponents(oldComps, &newComps);
     if (CTalEmissions* emissions = EmissionsData()) emissions->ReMapComponents(oldComps, newComps);
 }
+
 void CTalOperation::UpdateForNewPlantBatchTime(double, double) {}
 
 std::unique_ptr<CTalOperation> CTalOperation::CreateCopy(CTalProcedure* owner, int flag) const {

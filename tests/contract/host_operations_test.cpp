@@ -5,6 +5,7 @@
 
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/vessel/transfer.hpp"
@@ -120,6 +121,14 @@ TEST(SimModified, SetByChangesAndClearedByACompletedRun) {
     ASSERT_TRUE(Simulator(*doc).Run().completed);
     doc->AddStockMixture(CTalStockMixture{"Brine", {{"Water", 0.9}, {"Sodium Chloride", 0.1}}, 1070.0});
     EXPECT_TRUE(doc->IsSimModified());
+}
+
+TEST(SimModified, ASavedFlowsheetWithACompletedRunReadsAsSimulated) {
+    auto doc = BatchTransfers();
+    const SimulationResult run = Simulator(*doc).Run();
+    ASSERT_TRUE(run.completed);
+    EXPECT_FALSE(LoadSavedFlowsheet(SaveFlowsheet(*doc, &run), "run.uof")->IsSimModified());
+    EXPECT_TRUE(LoadSavedFlowsheet(SaveFlowsheet(*doc), "no-run.uof")->IsSimModified());
 }
 
 TEST(SimModified, StaysSetWhenTheRunCannotStart) {
