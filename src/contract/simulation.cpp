@@ -206,6 +206,7 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
         }
     }
     result.completed = result.errors.empty();
+    if (result.completed) doc_.SetSimModified(false);
     return result;
 }
 
