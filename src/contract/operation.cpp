@@ -129,8 +129,11 @@ std::string CTalOperation::MissingPortStream() const {
     for (int p = 0; p < NumberOfInStreams(); ++p) {
         if (IsInPortUsed(p, 0) && !InStream(p)) return "input port " + std::to_string(p + 1);
     }
+    // A vent without a stream is the operation's to report: it runs and warns that its emissions
+    // go nowhere.
+    const int vent = m_Owner ? m_Owner->VentPortID() : -1;
     for (int p = 0; p < NumberOfOutStreams(); ++p) {
-        if (IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
+        if (p != vent && IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
     }
     return {};
 }

@@ -182,7 +182,7 @@ public:
     int NumberOfOutStreams() const;
     int NumberOfInPortsUsed() const;
     //! The first port that this operation uses (`IsInPortUsed`, `IsOutPortUsed`) but that holds
-    //! no stream, as "input port 2"; empty when all hold one.
+    //! no stream, as "input port 2"; empty when all hold one. The vent port is not asked.
     std::string MissingPortStream() const;
     int InPortsAvailable() const { return NumberOfInStreams(); }
     int OutPortsAvailable() const { return NumberOfOutStreams(); }
