@@ -161,6 +161,28 @@ bool Simulator::DefaultContentsChanged() {
     return changed;
 }
 
+std::map<const CTalOperation*, double> Simulator::MasterDurations() const {
+    std::map<const CTalOperation*, double> durations;
+    for (const auto& p : doc_.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            const CTalOperation* op = p->GetOp(i);
+            const CTalOperation* master = op->MasterOperation();
+            if (op->IsDurationSetByMaster() && master) durations[master] = master->m_ProcessTime;
+        }
+    }
+    return durations;
+}
+
+bool Simulator::MasterDurationsChanged(std::map<const CTalOperation*, double>& seen) const {
+    bool changed = false;
+    for (auto& [master, duration] : seen) {
+        const double now = master->m_ProcessTime;
+        changed |= std::abs(now - duration) > options_.relativeTolerance * std::max(std::abs(now), std::abs(duration));
+        duration = now;
+    }
+    return changed;
+}
+
 SimulationResult Simulator::Run(ValidationSink* sink) {
     SimulationResult result;
     ValidationSink ownSink(doc_.questionPolicy);
@@ -182,12 +204,14 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->PrepareForSimulation();
     }
     BackPropagation bpg(doc_, options_.relativeTolerance);
+    std::map<const CTalOperation*, double> masterDurations = MasterDurations();
     for (result.passes = 1;; ++result.passes) {
         RunPass(result.order, result.passes == 1);
         std::vector<std::string> problems;
         const bool bidsChanged = bpg.ApplyBids(problems);
         const bool contentsChanged = DefaultContentsChanged();
-        if (!bidsChanged && !contentsChanged) {
+        const bool durationsChanged = MasterDurationsChanged(masterDurations);
+        if (!bidsChanged && !contentsChanged && !durationsChanged) {
             result.warnings = problems;
             break;
         }
@@ -209,6 +233,7 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
         }
     }
     result.completed = result.errors.empty();
+    if (result.completed) doc_.SetSimModified(false);
     return result;
 }
 

@@ -19,6 +19,11 @@ public:
     //! Applies the bids of the last sweep. True if a feed or an absorbed amount changed, so that
     //! another sweep is needed; `problems` gets the bids that nothing upstream can meet.
     bool ApplyBids(std::vector<std::string>& problems);
+    //! Can the flow of `s` be changed by scaling what makes it upstream. `procedures` gets the
+    //! procedures whose outputs the scale-up changes, upstream first; `reason` says why not.
+    bool CanScale(CTalStream& s, std::vector<CTalProcedure*>& procedures, std::string& reason) const;
+    //! Scales what makes `s` upstream so that it carries `kgPerS` once `procedures` run again.
+    void ScaleTo(CTalStream& s, double kgPerS, std::vector<CTalProcedure*>& procedures);
 
 private:
     bool ApplyStateBid(CTalProcedure& p, const CTalProcedure::StateBid& bid, std::vector<std::string>& problems);
@@ -29,7 +34,10 @@ private:
     CTalOperation* Sender(const CTalStream& s) const;
     //! The part of the stream's flow that scaling upstream can change.
     double ScalableFlow(const CTalStream& s) const;
-    void Scale(CTalStream& s, double factor, std::set<const CTalProcedure*>& seen);
+    //! Walks from `s` up to what makes it, collecting in `procedures` those whose outputs change;
+    //! with a factor, the feeds and terminal operations met are scaled by it.
+    void Scale(CTalStream& s, const double* factor, std::set<const CTalProcedure*>& seen,
+               std::vector<CTalProcedure*>& procedures) const;
 
     CTalDocEss& doc_;
     double tolerance_;
