@@ -10,7 +10,8 @@ if(UNITOPS_WERROR)
   target_compile_options(unitops_options INTERFACE -Werror)
 endif()
 if(UNITOPS_SANITIZE)
-  target_compile_options(unitops_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                                                   -fno-omit-frame-pointer)
-  target_link_options(unitops_options INTERFACE -fsanitize=address,undefined)
+  # GCC's "undefined" leaves out float-cast-overflow: a double too large for the integer it becomes.
+  target_compile_options(unitops_options INTERFACE -fsanitize=address,undefined,float-cast-overflow
+                                                   -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(unitops_options INTERFACE -fsanitize=address,undefined,float-cast-overflow)
 endif()

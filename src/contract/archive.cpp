@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "unitops/contract/utf8.hpp"
+
 namespace unitops {
 namespace {
 // Tags of the framework's object encoding.
@@ -106,6 +108,8 @@ CArchive& CArchive::operator>>(std::string& s) {
     }
     Need(n);
     s.assign(reinterpret_cast<const char*>(buffer_.data() + pos_), n);
+    // Texts are written as UTF-8: other bytes mean a damaged file, refused where they stand.
+    if (!IsValidUtf8(s)) Fail("a text is not valid UTF-8");
     pos_ += n;
     return *this;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <iterator>
+#include <limits>
 
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/cost_index.hpp"
@@ -113,6 +115,13 @@ double CTalEquipment::CalcPurchaseCost(CWnd*) {
     return m_PurchaseCost;
 }
 
+bool CTalEquipment::UnitsNeeded(double total, double perUnit, int& units) {
+    const double n = std::ceil(total / perUnit);
+    if (!(n >= 1.0 && n <= static_cast<double>(std::numeric_limits<int>::max()))) return false;
+    units = static_cast<int>(n);
+    return true;
+}
+
 int CTalEquipment::IsCompatible(const CTalEquipment* other) const {
     return other && other->IsKindOf(GetRuntimeClass()) ? 1 : 0;
 }
@@ -173,6 +182,16 @@ void CTalEquipment::GetContainedProcedures(std::vector<CTalProcedure*>& list, in
 
 
 // ---------------------------------------------------------------- the host's cost steps
+
+bool CTalEquipment::KeepsFiniteCost() {
+    const CostTrace& t = m_CostTrace;
+    const double values[] = {m_PurchaseCost, t.sizeUsed, t.baseCost, t.baseYear, t.indexRatio, t.materialFactor};
+    if (std::all_of(std::begin(values), std::end(values), [](double x) { return std::isfinite(x); })) return true;
+    m_PurchaseCost = 0.0;
+    m_CostTrace = CostTrace{};
+    m_CostTrace.method = "none: the cost is not a finite number with these data";
+    return false;
+}
 
 void CTalEquipment::CalcCostWhenSetByUser() {
     m_CostTrace = CostTrace{};

@@ -1,5 +1,8 @@
 #include "unitops/contract/members.hpp"
 
+#include <algorithm>
+#include <cmath>
+
 #include "unitops/contract/archive.hpp"
 
 namespace unitops {
@@ -110,6 +113,26 @@ void ConvertMembers(CObject& o, bool toDisplay) {
         const double v = std::get<double>(r.get(o));
         r.set(o, toDisplay ? u.ToDisplay(v) : u.ToInternal(v));
     }
+}
+
+bool ClearNonFiniteMembers(CObject& o) {
+    bool found = false;
+    for (const MemberRow& r : o.MemberRows().All()) {
+        if (!r.stored) continue;
+        if (r.type == MemberType::Real && !std::isfinite(std::get<double>(r.get(o)))) {
+            r.set(o, 0.0);
+            found = true;
+        } else if (r.type == MemberType::RealArray) {
+            std::vector<double> a = std::get<std::vector<double>>(r.get(o));
+            const auto bad = [](double x) { return !std::isfinite(x); };
+            if (std::any_of(a.begin(), a.end(), bad)) {
+                std::replace_if(a.begin(), a.end(), bad, 0.0);
+                r.set(o, a);
+                found = true;
+            }
+        }
+    }
+    return found;
 }
 
 }  // namespace unitops

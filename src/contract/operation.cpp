@@ -241,7 +241,14 @@ void CTalOperation::InitSimModelParams() {
     m_HxAgentUse = 4;
 }
 
-int CTalOperation::IsSimDataComplete(int, CTalModelPP*, bool, int) { return 1; }
+// The host's own checks, which every model reaches last: durations are never negative.
+int CTalOperation::IsSimDataComplete(int group, CTalModelPP* page, bool, int) {
+    if (InGroup(group, 2)) {
+        if (m_SetupTime < 0.0) return ReportRange(page, 0x601, "Set-up Time", 0x641);
+        if (m_ProcessTime < 0.0) return ReportRange(page, 0x601, "Process Time", 0x641);
+    }
+    return 1;
+}
 
 int CTalOperation::Solve(CTalStateStream* before, CTalStateStream* after, int) {
     if (before && after) before->CopyDataInto(*after, 1);

@@ -99,8 +99,37 @@ int CTalProcedure::Solve(bool skipSizing, bool) {
     for (int i = 0; i < NumberOfOps(); ++i) {
         GetState(i)->CopyDataInto(*GetState(i + 1), 1);
         if (!GetOp(i)->Solve(GetState(i), GetState(i + 1), skipSizing ? 1 : 0)) result = 0;
+        if (!KeepsFiniteResults(i)) result = 0;
     }
     return result;
+}
+
+// A result that is not a finite number ends the operation: the contents go back to those before
+// it, and the streams, members and equipment values that hold such a number are cleared, so that
+// no infinity or NaN reaches a stream, a report or a saved file.
+bool CTalProcedure::KeepsFiniteResults(int opIndex) {
+    CTalOperation& op = *GetOp(opIndex);
+    CTalStateStream& after = *GetState(opIndex + 1);
+    bool finite = true;
+    if (!after.IsFinite()) {
+        GetState(opIndex)->CopyDataInto(after, 1);
+        finite = false;
+    }
+    const auto clear = [&finite](CTalSModel* s) {
+        if (s && !s->IsFinite()) {
+            s->Reset();
+            finite = false;
+        }
+    };
+    for (CTalStream* s : out_) clear(s);
+    clear(op.EmissionStream());
+    if (ClearNonFiniteMembers(op)) finite = false;
+    if (equipment_ && ClearNonFiniteMembers(*equipment_)) finite = false;
+    if (!finite) {
+        op.AbnormalSimEnding("A result of the calculation is not a finite number (the data lead beyond the range of the "
+                             "computer's numbers).\nThe operation's results were discarded.\n");
+    }
+    return finite;
 }
 
 void CTalProcedure::SetStateInitiatingBPG(CTalStateStream* state, CTalOperation* op, double kgPerS,

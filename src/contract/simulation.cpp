@@ -227,6 +227,9 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
         if (CTalEquipment* e = p->Equipment()) {
             e->DoPostSimChores(1);
             e->CalcPurchaseCost(nullptr);
+            if (!e->KeepsFiniteCost()) {
+                result.errors.push_back(p->Name() + " / " + e->Name() + ": the purchase cost is not a finite number; it was set to 0");
+            }
         }
     }
     result.completed = result.errors.empty();

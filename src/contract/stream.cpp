@@ -438,6 +438,20 @@ void CTalSModel::Zero(bool forget, bool keepTP) {
     }
 }
 
+bool CTalSModel::IsFinite() const {
+    if (!std::isfinite(T_) || !std::isfinite(P_)) return false;
+    return std::all_of(c_.begin(), c_.end(), [](const ComponentState& s) {
+        return std::isfinite(s.flow) && std::isfinite(s.vapor) && std::isfinite(s.liquid) && std::isfinite(s.extra) &&
+               std::isfinite(s.memory);
+    });
+}
+
+void CTalSModel::Reset() {
+    SetComponents(comps_);
+    T_ = CTalPureComponent::kReferenceTemp;
+    P_ = 101325.0;
+}
+
 void CTalSModel::Multiply(double f) {
     if (!(f > 0.0)) {
         Zero(false, true);

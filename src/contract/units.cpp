@@ -3,6 +3,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -98,7 +99,15 @@ Dimension DimensionOf(Quantity q) {
     return kDimensionless;
 }
 
+// A text quoted in a message: long texts are cut, so that a message stays one readable line.
+std::string Quoted(std::string_view text) {
+    constexpr std::size_t kShown = 40;
+    if (text.size() <= kShown) return "'" + std::string(text) + "'";
+    return "'" + std::string(text.substr(0, kShown)) + "...' (" + std::to_string(text.size()) + " characters)";
+}
+
 // Recursive-descent parser of unit expressions such as "kW/(kg/s)", "J/(kg K)", "m3/h", "kg m^-3".
+// Parentheses nest at most kMaxUnitNesting deep, which bounds the recursion.
 class UnitParser {
 public:
     UnitParser(std::string_view text, double batchTime) : text_(text), batchTime_(batchTime) {}
@@ -134,8 +143,10 @@ private:
         if (pos_ >= text_.size()) Fail("a unit is missing");
         UnitValue u;
         if (text_[pos_] == '(') {
+            if (++depth_ > kMaxUnitNesting) Fail("parentheses nest more than " + std::to_string(kMaxUnitNesting) + " deep");
             ++pos_;
             u = Expression();
+            --depth_;
             SkipSpaces();
             if (pos_ >= text_.size() || text_[pos_] != ')') Fail("')' is missing");
             ++pos_;
@@ -197,12 +208,13 @@ private:
     }
 
     [[noreturn]] void Fail(const std::string& what) const {
-        throw UnitError("bad unit '" + std::string(text_) + "': " + what);
+        throw UnitError("bad unit " + Quoted(text_) + ": " + what);
     }
 
     std::string_view text_;
     double batchTime_;
     std::size_t pos_ = 0;
+    int depth_ = 0;
 };
 
 std::string_view Trim(std::string_view s) {
@@ -221,6 +233,23 @@ std::string DimensionText(const Dimension& d) {
         if (d[i] != 1) out += "^" + std::to_string(d[i]);
     }
     return out.empty() ? "no unit" : out;
+}
+
+std::string RangeNumber(double x) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%g", x);
+    return buffer;
+}
+
+std::string SIUnitText(Quantity q) {
+    switch (q) {
+        case Quantity::Pressure: return "Pa";
+        case Quantity::Power: return "W";
+        case Quantity::Energy: return "J";
+        default: break;
+    }
+    const std::string dims = DimensionText(DimensionOf(q));
+    return dims == "no unit" ? std::string() : dims;
 }
 
 }  // namespace
@@ -252,12 +281,39 @@ const char* QuantityName(Quantity q) {
     return "unknown";
 }
 
+InputRange AcceptedInputRange(Quantity q) {
+    switch (q) {
+        case Quantity::Temperature: return {1.0, 1e4, false, false};
+        case Quantity::Pressure: return {1.0, 1e9, true, false};
+        case Quantity::Time: return {1e-3, 1e9, true, false};
+        default: return {1e-12, 1e12, true, true};
+    }
+}
+
+std::string CheckInputRange(double si, Quantity q) {
+    const InputRange r = AcceptedInputRange(q);
+    if (!std::isfinite(si)) return "the value is not finite";
+    if (si == 0.0 && r.zero) return "";
+    const double magnitude = std::abs(si);
+    if (si < 0.0 && !r.negative) return "must not be negative";
+    if (magnitude >= r.low && magnitude <= r.high) return "";
+    std::string range = RangeNumber(r.low) + " to " + RangeNumber(r.high);
+    if (const std::string unit = SIUnitText(q); !unit.empty()) range += " " + unit;
+    if (r.zero) range = "0 or " + range;
+    return "out of range: a " + std::string(QuantityName(q)) + " must be " + range + (r.negative ? " in magnitude" : "") +
+           " (" + RangeNumber(si) + " given)";
+}
+
 double ParseQuantity(std::string_view text, Quantity expected, double batchTime) {
     const std::string_view s = Trim(text);
+    if (s.size() > kMaxValueTextLength) {
+        throw UnitError("the value " + Quoted(text) + " is longer than " + std::to_string(kMaxValueTextLength) + " characters");
+    }
     double value = 0.0;
     const auto res = std::from_chars(s.data(), s.data() + s.size(), value);
+    if (res.ec == std::errc::result_out_of_range) throw UnitError("the number in " + Quoted(text) + " is out of range");
     if (res.ec != std::errc() || !std::isfinite(value)) {
-        throw UnitError("'" + std::string(text) + "' does not start with a number");
+        throw UnitError(Quoted(text) + " does not start with a number");
     }
     const std::string_view unitText = Trim(std::string_view(res.ptr, static_cast<std::size_t>(s.data() + s.size() - res.ptr)));
     // A bare number in a string is taken in SI, like a JSON number.
@@ -265,11 +321,11 @@ double ParseQuantity(std::string_view text, Quantity expected, double batchTime)
     const UnitValue unit = UnitParser(unitText, batchTime).Parse();
     const Dimension want = DimensionOf(expected);
     if (unit.dim != want) {
-        throw UnitError("'" + std::string(text) + "' is not a " + QuantityName(expected) + " (its unit is " +
+        throw UnitError(Quoted(text) + " is not a " + QuantityName(expected) + " (its unit is " +
                         DimensionText(unit.dim) + ", expected " + DimensionText(want) + ")");
     }
     const double si = value * unit.factor + unit.offset;
-    if (!std::isfinite(si)) throw UnitError("'" + std::string(text) + "' is out of range");
+    if (!std::isfinite(si)) throw UnitError(Quoted(text) + " is out of range");
     return si;
 }
 

@@ -1,5 +1,7 @@
 #include "unitops/io/database.hpp"
 
+#include "unitops/io/json_text.hpp"
+
 #include <cmath>
 #include <functional>
 #include <map>
@@ -51,14 +53,21 @@ double Number(const json& v, Quantity q, const std::string& where) {
     return x;
 }
 
-double Positive(const json& v, Quantity q, const std::string& where) {
+// A physical property: a number within the accepted range of its quantity.
+double Property(const json& v, Quantity q, const std::string& where) {
     const double x = Number(v, q, where);
+    if (const std::string why = CheckInputRange(x, q); !why.empty()) throw InputError(where, why);
+    return x;
+}
+
+double Positive(const json& v, Quantity q, const std::string& where) {
+    const double x = Property(v, q, where);
     if (!(x > 0.0)) throw InputError(where, "must be positive");
     return x;
 }
 
 double NonNegative(const json& v, Quantity q, const std::string& where) {
-    const double x = Number(v, q, where);
+    const double x = Property(v, q, where);
     if (x < 0.0) throw InputError(where, "must not be negative");
     return x;
 }
@@ -114,14 +123,6 @@ NormalPhase PhaseOf(const json& v, const std::string& where) {
     if (p == "liquid") return NormalPhase::Liquid;
     if (p == "solid") return NormalPhase::Solid;
     throw InputError(where, "expected \"gas\", \"liquid\" or \"solid\"");
-}
-
-json ParseJson(std::string_view text, const std::string& origin) {
-    try {
-        return json::parse(text);
-    } catch (const json::parse_error& e) {
-        throw InputError(origin, e.what());
-    }
 }
 
 }  // namespace
@@ -189,7 +190,7 @@ std::unique_ptr<CTalHeatTransferAgent> ParseAgent(const json& j, const std::stri
 
 PropertyDatabase PropertyDatabase::Parse(std::string_view componentsJson, std::string_view agentsJson) {
     PropertyDatabase db;
-    const json comps = ParseJson(componentsJson, "components database");
+    const json comps = ParseJsonDocument(componentsJson, "components database");
     const json* refs = comps.contains("references") ? &comps["references"] : nullptr;
     if (!refs || !comps.contains("components") || !comps["components"].is_array()) {
         throw InputError("components database", "expected \"references\" and a \"components\" list");
@@ -207,7 +208,7 @@ PropertyDatabase PropertyDatabase::Parse(std::string_view componentsJson, std::s
         c->Finish();
         db.components_.push_back(std::move(c));
     }
-    const json agents = ParseJson(agentsJson, "agents database");
+    const json agents = ParseJsonDocument(agentsJson, "agents database");
     const json* agentRefs = agents.contains("references") ? &agents["references"] : nullptr;
     if (!agentRefs || !agents.contains("agents") || !agents["agents"].is_array()) {
         throw InputError("agents database", "expected \"references\" and an \"agents\" list");

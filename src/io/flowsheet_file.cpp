@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -605,7 +606,7 @@ private:
         }
         bool costed = false;
         TransferFlag(ar_, costed, "cost flag");
-        if (costed) costed_.emplace_back(&item, at);
+        if (costed) costed_.push_back(&item);
     }
 
     void ReadOperations(CTalProcedure& p) {
@@ -654,10 +655,10 @@ private:
                 op.OnNotifyAfterDocOpening();
             }
         }
-        for (const auto& [e, at] : costed_) {
-            if (!std::isfinite(e->CalcPurchaseCost(nullptr))) {
-                Fail(at, "the purchase cost of '" + e->Name() + "' is not a finite number with the data of the file");
-            }
+        // A cost that is not finite with the file's data is cleared as the run that saved it did.
+        for (CTalEquipment* e : costed_) {
+            e->CalcPurchaseCost(nullptr);
+            e->KeepsFiniteCost();
         }
     }
 
@@ -665,7 +666,7 @@ private:
     ReferenceTable refs_;
     std::unique_ptr<CTalDocEss> doc_;
     CTalProcedure* current_ = nullptr;
-    std::vector<std::pair<CTalEquipment*, std::size_t>> costed_;  // with the offset of each record
+    std::vector<CTalEquipment*> costed_;
 };
 
 }  // namespace
@@ -722,10 +723,23 @@ bool IsSavedFlowsheet(const std::vector<std::uint8_t>& bytes) {
 }
 
 std::vector<std::uint8_t> ReadBinaryFile(const std::string& path) {
+    std::error_code ec;
+    const auto status = std::filesystem::status(path, ec);
+    if (ec || !std::filesystem::exists(status)) throw InputError(path, "cannot open the file");
+    if (!std::filesystem::is_regular_file(status)) {
+        throw InputError(path, "not a regular file (a directory, a device or a pipe cannot be read as a flowsheet)");
+    }
+    const auto size = std::filesystem::file_size(path, ec);
+    if (ec) throw InputError(path, "cannot read the file");
+    if (size > kMaxInputFileSize) {
+        throw InputError(path, "the file holds " + std::to_string(size) + " bytes; files of more than " +
+                                   std::to_string(kMaxInputFileSize >> 20) + " MB are refused");
+    }
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(path, "cannot open the file");
-    std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw InputError(path, "cannot read the file");
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (in.bad() || static_cast<std::uintmax_t>(in.gcount()) != size) throw InputError(path, "cannot read the file");
     return bytes;
 }
 

@@ -1,16 +1,16 @@
 #include "unitops/io/flowsheet_loader.hpp"
 
 #include <cmath>
-#include <fstream>
 #include <list>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "unitops/contract/cost_index.hpp"
 #include "unitops/io/database.hpp"
+#include "unitops/io/flowsheet_file.hpp"
+#include "unitops/io/json_text.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -31,7 +31,9 @@ bool IsNote(const std::string& key) { return key == "note" || key == "notes" || 
 // Numbers written as "0xA087", "41095" or 41095.
 bool ParseNumberText(const json& v, unsigned& out) {
     if (v.is_number_unsigned()) {
-        out = v.get<unsigned>();
+        const auto n = v.get<std::uint64_t>();
+        if (n > 0xFFFFFFFFu) return false;
+        out = static_cast<unsigned>(n);
         return true;
     }
     if (!v.is_string()) return false;
@@ -53,7 +55,7 @@ public:
     explicit Loader(std::string origin) : origin_(std::move(origin)) {}
 
     std::unique_ptr<CTalDocEss> Load(std::string_view text) {
-        const json root = Parse(text);
+        const json root = ParseJsonDocument(text, origin_);
         if (!root.is_object()) Fail("", "a flowsheet must be a JSON object");
         for (const auto& [key, value] : root.items()) {
             static const std::set<std::string> kSections = {"flowsheet", "components", "mixtures", "agents", "streams",
@@ -79,26 +81,6 @@ private:
         throw InputError(at.empty() ? origin_ : origin_ + ": " + at, what);
     }
 
-    json Parse(std::string_view text) const {
-        try {
-            return json::parse(text);
-        } catch (const json::parse_error& e) {
-            // Turn the byte offset into a line and column.
-            std::size_t line = 1, column = 1;
-            for (std::size_t i = 0; i + 1 < e.byte && i < text.size(); ++i) {
-                if (text[i] == '\n') {
-                    ++line;
-                    column = 1;
-                } else {
-                    ++column;
-                }
-            }
-            std::string what = e.what();
-            if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
-            throw InputError(origin_ + ":" + std::to_string(line) + ":" + std::to_string(column), what);
-        }
-    }
-
     // ------------------------------------------------------------ values
 
     double Value(const json& v, Quantity q, const std::string& at) const {
@@ -114,7 +96,7 @@ private:
         } else {
             Fail(at, std::string("expected a number or a value with its unit, not ") + v.type_name());
         }
-        if (!std::isfinite(x)) Fail(at, "the value is not finite");
+        if (const std::string why = CheckInputRange(x, q); !why.empty()) Fail(at, why);
         return x;
     }
 
@@ -132,6 +114,7 @@ private:
 
     int Integer(const json& v, const std::string& at) const {
         if (v.is_boolean()) return v.get<bool>() ? 1 : 0;
+        if (v.is_number_unsigned() && v.get<std::uint64_t>() > 2147483647u) Fail(at, "the number is too large");
         if (v.is_number_integer()) {
             const auto n = v.get<long long>();
             if (n < -2147483647LL || n > 2147483647LL) Fail(at, "the number is too large");
@@ -178,9 +161,19 @@ private:
             switch (row->type) {
                 case MemberType::Real: row->set(obj, Value(value, row->quantity, where)); break;
                 case MemberType::Integer: row->set(obj, Integer(value, where)); break;
-                case MemberType::Text: row->set(obj, Text(value, where)); break;
+                case MemberType::Text: SetText(obj, *row, Text(value, where), where); break;
                 case MemberType::RealArray: row->set(obj, ComponentArray(value, where)); break;
             }
+        }
+    }
+
+    //! A text member that names something (a procedure, a stream on a port) keeps only a name
+    //! that it finds: one that does not read back was not taken.
+    void SetText(CObject& obj, const MemberRow& row, const std::string& text, const std::string& at) const {
+        row.set(obj, text);
+        if (std::get<std::string>(row.get(obj)) != text) {
+            Fail(at, "'" + text + "' names nothing that " + row.name +
+                     " can refer to (no such procedure, or no such stream on a port of this procedure)");
         }
     }
 
@@ -569,6 +562,9 @@ private:
         }
         const json& list = j["operations"];
         if (!list.is_array()) Fail(Key(at, "operations"), "expected a list of operations");
+        if (list.empty()) {
+            Fail(Key(at, "operations"), "the list of operations is empty (leave the key out for the procedure's default operation)");
+        }
         for (std::size_t i = 0; i < list.size(); ++i) {
             const std::string where = Index(Key(at, "operations"), i);
             if (!list[i].is_object() || !list[i].contains("model")) Fail(where, "an operation needs its \"model\"");
@@ -639,12 +635,8 @@ private:
 }  // namespace
 
 std::string ReadTextFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw InputError(path, "cannot open the file");
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    if (in.bad()) throw InputError(path, "cannot read the file");
-    return buffer.str();
+    const std::vector<std::uint8_t> bytes = ReadBinaryFile(path);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 std::unique_ptr<CTalDocEss> LoadFlowsheet(std::string_view text, const std::string& origin) {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "unitops/contract/utf8.hpp"
+
 namespace unitops {
 
 using nlohmann::json;
@@ -9,6 +11,23 @@ using nlohmann::json;
 namespace {
 // JSON has no NaN or infinity; such a value would be a defect, and shows as null.
 json Number(double x) { return std::isfinite(x) ? json(x) : json(nullptr); }
+
+// The same tree with every text and key made valid UTF-8, so that writing it never fails
+// whatever bytes a name holds.
+json WithValidText(const json& j) {
+    if (j.is_string()) return ValidUtf8(j.get_ref<const std::string&>());
+    if (j.is_array()) {
+        json out = json::array();
+        for (const json& x : j) out.push_back(WithValidText(x));
+        return out;
+    }
+    if (j.is_object()) {
+        json out = json::object();
+        for (const auto& [key, value] : j.items()) out[ValidUtf8(key)] = WithValidText(value);
+        return out;
+    }
+    return j;
+}
 
 }  // namespace
 
@@ -95,7 +114,7 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     }
     out["procedures"] = procedures;
     out["messages"] = messages;
-    return out;
+    return WithValidText(out);
 }
 
 }  // namespace unitops

@@ -94,6 +94,29 @@ TEST(SavedFileErrors, ReportRefusesAFileThatWasNotSaved) {
     ExpectOneErrorLine(Unitops("report /nonexistent/plant.uof"), "/nonexistent/plant.uof: cannot open the file");
 }
 
+TEST_P(SavedFileCommands, ANameThatIsNotUtf8IsRefusedBeforeAnyOutput) {
+    std::string bytes = ReadFile(saved);
+    const auto name = bytes.find("MIX-1");
+    ASSERT_NE(name, std::string::npos);
+    bytes[name] = '\xFF';
+    const std::string damaged = TempFile(GetParam() + "-damaged.uof", bytes);
+    const std::string json = TempFile(GetParam() + "-damaged.json", "");
+    std::filesystem::remove(json);
+    ExpectOneErrorLine(Unitops("report " + damaged + " --json " + json), "a text is not valid UTF-8");
+    EXPECT_FALSE(std::filesystem::exists(json));  // no empty results file left behind
+    std::filesystem::remove(damaged);
+}
+
+TEST(SavedFileErrors, ACostBeyondTheRangeOfDoublesIsSavedAndReadBackCleared) {
+    const std::string saved = TempFile("cost_overflow.uof", "");
+    const CliRun run = Unitops("simulate " + std::string(UNITOPS_SOURCE_DIR) + "/fuzz/seeds/cost_overflow.json --save " + saved);
+    EXPECT_NE(run.out.find("P-1 / MX-101: the purchase cost is not a finite number"), std::string::npos) << run.out;
+    const CliRun report = Unitops("report " + saved);
+    EXPECT_EQ(report.exitCode, 0) << report.out;
+    EXPECT_NE(report.out.find("(none: the cost is not a finite number with these data)"), std::string::npos) << report.out;
+    std::filesystem::remove(saved);
+}
+
 TEST(SavedFileErrors, AFileThatCannotBeWrittenIsNamed) {
     const CliRun r = Unitops("simulate --save /nonexistent/dir/out.uof");
     EXPECT_EQ(r.exitCode, 1);

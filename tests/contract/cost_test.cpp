@@ -61,6 +61,22 @@ TEST_F(EquipmentCost, UsersCostModelIsAPowerLawOnTheSizeVariable) {
     EXPECT_DOUBLE_EQ(mixer->CostComputation().sizeUsed, 2000.0);
 }
 
+TEST_F(EquipmentCost, ACostBeyondTheRangeOfDoublesIsClearedAndSaidSo) {
+    mixer->m_UseBuiltInCostModel = 0;
+    UserCostModel& m = mixer->m_UserCostModel;
+    m.referenceCost = 1e12;
+    m.referenceSize = 1e-12;
+    m.exponent = 1e12;
+    EXPECT_TRUE(std::isinf(mixer->CalcPurchaseCost(nullptr)));
+    EXPECT_FALSE(mixer->KeepsFiniteCost());
+    EXPECT_EQ(mixer->PurchaseCost(), 0.0);
+    EXPECT_NE(mixer->CostComputation().method.find("not a finite number"), std::string::npos);
+    m.exponent = 0.6;
+    mixer->CalcPurchaseCost(nullptr);
+    EXPECT_TRUE(mixer->KeepsFiniteCost());
+    EXPECT_GT(mixer->PurchaseCost(), 0.0);
+}
+
 TEST_F(EquipmentCost, CostSetByUserWinsOverEverything) {
     mixer->m_UseBuiltInCostModel = 0;
     mixer->m_IsCostSetByUser = 1;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/message_table.hpp"
@@ -104,6 +106,56 @@ TEST_F(OperationContract, MessagesAreRecordedAndEndingsReturnTheirResult) {
     EXPECT_EQ(op->Messages()[0].text, LibraryMessage(14340));
     op->PrepareForSimulation();
     EXPECT_TRUE(op->Messages().empty());
+}
+
+// A model whose results overflow: the host must keep them out of states, streams and members.
+class OverflowingMixing : public CTalTwoStreamMixing {
+public:
+    int Solve(CTalStateStream* before, CTalStateStream* after, int) override {
+        before->CopyDataInto(*after, 1);
+        after->SetComponentFlow(0, std::numeric_limits<double>::infinity());
+        OutStream(0)->SetComponentFlow(0, 1.0);
+        OutStream(0)->SetTemp(std::numeric_limits<double>::quiet_NaN());
+        m_Power = std::numeric_limits<double>::infinity();
+        return NormalSimEnding(1);
+    }
+};
+
+TEST(HostGuard, AResultThatIsNotFiniteEndsTheOperationAndIsDiscarded) {
+    auto doc = test::MakeDoc({"Water"});
+    CTalProcedure& proc = test::AddProcedure(*doc, "P-1", 0xA087, false);
+    CTalStream& out = test::AddStream(*doc, "OUT");
+    proc.ConnectOut(0, &out);
+    auto made = CTalOperation::Create<OverflowingMixing>(&proc);
+    OverflowingMixing& op = *made;
+    proc.AddOperation(std::move(made));
+    proc.PrepareInitialState();
+    proc.GetState(0)->SetComponentFlow(0, 2.0);
+
+    EXPECT_EQ(proc.Solve(false), 0);
+    EXPECT_EQ(op.LastResult(), -1);
+    ASSERT_FALSE(op.Messages().empty());
+    EXPECT_NE(op.Messages().back().text.find("not a finite number"), std::string::npos);
+    EXPECT_TRUE(proc.GetState(1)->IsFinite());
+    EXPECT_EQ(proc.GetState(1)->ComponentFlow(0), 2.0);  // the contents as they were before
+    EXPECT_TRUE(out.IsFinite());
+    EXPECT_EQ(out.MassFlow(), 0.0);
+    EXPECT_EQ(op.Power(), 0.0);
+}
+
+TEST(HostGuard, FiniteResultsPassUntouched) {
+    auto doc = test::MakeDoc({"Water"});
+    CTalProcedure& proc = test::AddProcedure(*doc, "P-1", 0xA087);
+    CTalInputStream& a = test::AddFeed(*doc, "A", {1.0}, 300.0);
+    CTalInputStream& b = test::AddFeed(*doc, "B", {3.0}, 340.0);
+    CTalStream& out = test::AddStream(*doc, "OUT");
+    proc.ConnectIn(0, &a);
+    proc.ConnectIn(1, &b);
+    proc.ConnectOut(0, &out);
+    proc.PrepareInitialState();
+    EXPECT_EQ(proc.Solve(false), 1);
+    EXPECT_EQ(proc.GetOp(0)->LastResult(), 1);
+    EXPECT_DOUBLE_EQ(out.MassFlow(), 4.0);
 }
 
 }  // namespace

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <string>
+#include <vector>
+
 #include "unitops/contract/units.hpp"
 
 namespace unitops {
@@ -47,6 +51,38 @@ TEST(ParseQuantity, RefusesMalformedText) {
     for (const char* text : {"", "kg", "abc kg/h", "1 furlong", "1 kg/(h", "1 kg)/h", "1 kg^99", "nan kg", "1e400 kg"}) {
         EXPECT_THROW(ParseQuantity(text, Quantity::Mass), UnitError) << text;
     }
+}
+
+TEST(ParseQuantity, BoundsNestingAndLengthWithAShortMessage) {
+    EXPECT_NEAR(ParseQuantity("5 ((((((((((kg))))))))))/h", Quantity::MassFlow), 5.0 / 3600, 1e-15);  // 10 deep
+    const std::vector<std::string> refused = {
+        "5 (((((((((((kg)))))))))))/h",                                          // 11 deep
+        "5 " + std::string(30000, '(') + "kg" + std::string(30000, ')') + "/h",  // would overflow the stack
+        "5 kg/h" + std::string(kMaxValueTextLength, ' ') + "x",                  // too long, even with blanks
+    };
+    for (const std::string& text : refused) {
+        try {
+            ParseQuantity(text, Quantity::MassFlow);
+            ADD_FAILURE() << "accepted " << text.substr(0, 40);
+        } catch (const UnitError& e) {
+            EXPECT_LT(std::string(e.what()).size(), 200u) << e.what();
+        }
+    }
+}
+
+TEST(InputRange, RefusesValuesBeyondTheRangeOfTheirQuantity) {
+    for (double ok : {1.0, 298.15, 1e4}) EXPECT_EQ(CheckInputRange(ok, Quantity::Temperature), "") << ok;
+    for (double bad : {0.0, 0.5, 1e300, -5.0}) EXPECT_NE(CheckInputRange(bad, Quantity::Temperature), "") << bad;
+    EXPECT_EQ(CheckInputRange(0.0, Quantity::Pressure), "");
+    EXPECT_NE(CheckInputRange(1e-300, Quantity::Pressure), "");
+    EXPECT_NE(CheckInputRange(-1e5, Quantity::Pressure), "");
+    EXPECT_EQ(CheckInputRange(0.0, Quantity::Time), "");
+    EXPECT_NE(CheckInputRange(1e-300, Quantity::Time), "");
+    EXPECT_EQ(CheckInputRange(-3600.0, Quantity::Time), "must not be negative");
+    EXPECT_EQ(CheckInputRange(-5.0, Quantity::SpecificPower), "");  // the models judge the sign of the others
+    EXPECT_NE(CheckInputRange(1e308, Quantity::MassFlow), "");
+    EXPECT_NE(CheckInputRange(std::numeric_limits<double>::quiet_NaN(), Quantity::Dimensionless), "");
+    EXPECT_NE(CheckInputRange(1e300, Quantity::Temperature).find("1 to 10000 K"), std::string::npos);
 }
 
 TEST(ParseQuantity, MessageNamesTheQuantity) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "support/test_flowsheet.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/roster/roster.hpp"
@@ -37,6 +39,19 @@ TEST(ThroughputSizing, LaterOperationsOfAPassOnlyRaiseTheSize) {
     m->CalcSize(100.0, message);
     EXPECT_EQ(m->NumberOfUnits(), 1);
     EXPECT_DOUBLE_EQ(m->RatedThroughput(), 100.0);
+}
+
+TEST(ThroughputSizing, ACountOfUnitsBeyondAnIntIsRefused) {
+    auto m = Mixer(1e-12);
+    unsigned message = 0;
+    EXPECT_EQ(m->CalcSize(2e12, message), 0);  // 2e24 units
+    EXPECT_EQ(message, kMsgCannotSize);
+    EXPECT_EQ(m->NumberOfUnits(), 1);
+    m->m_IsSizedInThisRun = 0;
+    message = 0;
+    EXPECT_EQ(m->CalcSize(std::numeric_limits<double>::infinity(), message), 0);
+    EXPECT_EQ(m->NumberOfUnits(), 1);
+    EXPECT_EQ(message, kMsgCannotSize);
 }
 
 TEST(ThroughputEquipment, ValidatesByMode) {

@@ -265,6 +265,27 @@ TEST_F(TransferTest, ValidationAndQuestions) {
     EXPECT_NE(yes.Questions()[0].find("Procedure: P-2 ?"), std::string::npos);
 }
 
+TEST_F(TransferTest, ValidationRefusesAnUnknownModeAndNegativeDurations) {
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(-1);
+    ValidationSink sink;
+    for (int mode : {0, 4, -1}) {
+        tout.m_TransferOutMode = mode;
+        EXPECT_EQ(tout.IsSimDataComplete(0, &sink, false, 0), 0) << mode;
+        EXPECT_EQ(sink.Issues().back().label, "Transfer Out Mode");
+    }
+    tout.m_TransferOutMode = CTalTransferOutOp::kFractionOut;
+    tout.m_ProcessTimeMode = 1;
+    ASSERT_EQ(tout.IsSimDataComplete(0, &sink, false, 0), 1);
+    tout.SetProcessTime(-60.0);
+    EXPECT_EQ(tout.IsSimDataComplete(0, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Process Time");
+    EXPECT_NE(sink.Issues().back().text.find("must not be negative"), std::string::npos);
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(-1);
+    pull.SetSetupTime(-1.0);
+    EXPECT_EQ(pull.IsSimDataComplete(2, &sink, false, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Set-up Time");
+}
+
 TEST_F(TransferTest, ConnectionRulesOfChargeAndTransferIn) {
     CWnd window;
     CTalTransferInOp& tin = Add<CTalTransferInOp>(1);  // on the feed: not allowed

@@ -80,6 +80,15 @@ TEST(VesselSizing, UnitsBelowTheMaximumAndOnlyRisingWithinAPass) {
     EXPECT_EQ(v->m_IsSizedInThisRun, 0);
 }
 
+TEST(VesselSizing, ACountOfUnitsBeyondAnIntIsRefused) {
+    auto v = Make<CTalVerticalVessel>();
+    v->SetMaxVolume(1e-9);
+    unsigned message = 0;
+    EXPECT_EQ(v->CalcSize(1e9, 0.9, message), 0);  // 1.1e18 units
+    EXPECT_EQ(message, kMsgCannotSize);
+    EXPECT_EQ(v->NumberOfUnits(), 1);
+}
+
 TEST(VesselDimensions, VerticalAndHorizontalCylinders) {
     auto v = Make<CTalVerticalVessel>();
     v->m_Volume = 2.0;  // ratio 3: D = (8 / (3 x 3.1415926))^(1/3) = 0.848826^(1/3)

@@ -48,6 +48,9 @@ struct UserCostModel {
     double baseYear = 0.0;       //!< 0: the flowsheet's cost year
 };
 
+//! The host's text for equipment that cannot be sized with the data it was given.
+inline constexpr unsigned kMsgCannotSize = 42;
+
 class CTalEquipment : public CObject {
     TAL_DECLARE_CLASS(CTalEquipment)
 public:
@@ -140,6 +143,9 @@ public:
     const CostTrace& CostComputation() const { return m_CostTrace; }
 
     // The host's cost steps
+    //! After CalcPurchaseCost: a cost (or a value of its trace) that is not a finite number becomes
+    //! 0 with a trace that says so; false then.
+    bool KeepsFiniteCost();
     void CalcCostWhenSetByUser();
     void CalcCostWithUserDefinedModel();
     void ConsiderMaterialFactor();
@@ -147,6 +153,9 @@ public:
 
 protected:
     static bool InGroup(int group, int g) { return group == 0 || group == g; }
+    //! The number of units of at most `perUnit` each that together hold `total`, into `units`;
+    //! false, leaving `units` as it was, when that number is not finite or beyond what an int holds.
+    static bool UnitsNeeded(double total, double perUnit, int& units);
     void SerializeOwnMembers(CArchive& ar, const MemberTable& table);
     //! Starts the trace of a built-in law: size used, units, formula and base year.
     void TraceLaw(std::string law, double size, std::string units, double baseYear);

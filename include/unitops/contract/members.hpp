@@ -141,5 +141,7 @@ int WithInternalUnits(T& obj, Checks&& checks) {
 void CopyMembers(const CObject& from, CObject& to);
 //! Converts the real rows of the object between internal and display units.
 void ConvertMembers(CObject& o, bool toDisplay);
+//! Sets every stored real value of the object that is not a finite number to 0; true if any was.
+bool ClearNonFiniteMembers(CObject& o);
 
 }  // namespace unitops

@@ -148,6 +148,8 @@ public:
     void Disconnect(const CTalStream* s);
 
 private:
+    bool KeepsFiniteResults(int opIndex);
+
     CTalDocEss* doc_;
     std::string name_;
     unsigned unitProcId_;

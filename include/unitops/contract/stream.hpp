@@ -121,6 +121,10 @@ public:
     void ExtractVaporPhase(CTalSModel& gas, int flag = 1);
     //! Clears the flows; `forget` also drops the remembered composition, `keepTP` keeps T and P.
     void Zero(bool forget = false, bool keepTP = true);
+    //! Whether temperature, pressure and every component's flow and fractions are finite numbers.
+    bool IsFinite() const;
+    //! An empty state at 25 degC and 1 atm with the components' normal phases, as a new one.
+    void Reset();
     void Multiply(double f);
     void Mix(const CTalSModel& a, const CTalSModel& b);
     void MixN(const CTalSModel* const* states, int n);

@@ -74,6 +74,22 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+//! The values that an input of a quantity may take, in SI: zero when `zero`, otherwise a
+//! magnitude from `low` to `high`, negative only when `negative`.
+struct InputRange {
+    double low;
+    double high;
+    bool zero;
+    bool negative;
+};
+InputRange AcceptedInputRange(Quantity q);
+//! Empty when `si` is an accepted input of quantity `q`; otherwise the reason, naming the range.
+std::string CheckInputRange(double si, Quantity q);
+
+//! Longest text of a value with its unit, and deepest nesting of parentheses in its unit.
+inline constexpr std::size_t kMaxValueTextLength = 200;
+inline constexpr int kMaxUnitNesting = 10;
+
 //! Parses "1200 kg/h", "25 degC", "1.5 bar", "90 %", "2 h" into the SI value of the expected quantity.
 //! `batchTime` (s) gives the unit "batch" its length, so that "500 kg/batch" is a flow; zero refuses it.
 //! Throws UnitError naming the problem when the text is not a number with a unit of that quantity.

@@ -46,6 +46,9 @@ std::unique_ptr<CTalDocEss> LoadSavedFlowsheet(const std::vector<std::uint8_t>& 
 bool IsSavedFlowsheet(const std::vector<std::uint8_t>& bytes);
 
 //! Whole files; errors are InputError naming the path.
+//! Largest file that the program reads as a flowsheet.
+inline constexpr std::uintmax_t kMaxInputFileSize = std::uintmax_t{256} << 20;
+//! Reads a whole regular file of at most kMaxInputFileSize bytes; throws InputError naming it otherwise.
 std::vector<std::uint8_t> ReadBinaryFile(const std::string& path);
 void WriteBinaryFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 

@@ -43,7 +43,7 @@ void CTalThroughputEquipment::InitCostParams() {
     m_CostFactor3 = 0.1;
 }
 
-int CTalThroughputEquipment::CalcSize(double throughput, unsigned&) {
+int CTalThroughputEquipment::CalcSize(double throughput, unsigned& message) {
     if (!m_IsSizedInThisRun) {
         m_RatedThroughput = throughput;
         m_IsSizedInThisRun = 1;
@@ -52,7 +52,10 @@ int CTalThroughputEquipment::CalcSize(double throughput, unsigned&) {
     }
     m_NumberOfUnits = 1;
     if (m_MaxThroughput < m_RatedThroughput) {
-        m_NumberOfUnits = static_cast<int>(std::ceil(m_RatedThroughput / m_MaxThroughput));
+        if (!UnitsNeeded(m_RatedThroughput, m_MaxThroughput, m_NumberOfUnits)) {
+            message = kMsgCannotSize;
+            return 0;
+        }
         m_RatedThroughput /= m_NumberOfUnits;
     }
     return 1;

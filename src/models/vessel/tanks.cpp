@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "unitops/contract/procedure.hpp"
 
@@ -141,6 +142,7 @@ int CTalStirJacketVessel::IsSimDataComplete(int group, CTalEquipmentPP* page, in
 
 bool CTalStirJacketVessel::SetNumericalValue(int id, double value, int flag) {
     if (id == kVarNumberOfTrays) {
+        if (!(value >= 0.0 && value <= static_cast<double>(std::numeric_limits<int>::max()))) return false;
         m_NumberOfTrays = static_cast<int>(value);
         return true;
     }

@@ -599,6 +599,9 @@ void CTalTransferOutOp::InitSimModelParams() {
 int CTalTransferOutOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
         if (InGroup(group, 2)) {
+            if (m_TransferOutMode < kFractionOut || m_TransferOutMode > kVolumeOut) {
+                return ReportRange(page, 0x601, "Transfer Out Mode", 0x648);
+            }
             if (m_TransferOutMode == kFractionOut && (m_FractionOut < 0.0 || m_FractionOut > 1.0)) {
                 return ReportRange(page, 0x601, "% Transferred Out", 0x644);
             }

@@ -1,7 +1,6 @@
 #include "unitops/models/vessel/vessel.hpp"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -14,7 +13,6 @@ namespace unitops {
 
 namespace {
 constexpr double kZero = 1e-15;
-constexpr unsigned kHostEquipmentNotSized = 42;  // "The equipment could not be sized with the given data."
 constexpr double kAtmosphere = 101325.0;     // Pa
 constexpr double kAirReference = 2478819.1;  // 8314 J/(kmol K) x 298.15 K
 constexpr double kNitrogenInAir = 0.79;      // mole fraction
@@ -92,7 +90,7 @@ int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message)
     // Validation refuses these; should one reach here all the same, the vessel keeps its size and
     // the caller reports why rather than sizing on a substitute.
     if (maxRatio <= kZero || m_MaxVolume <= kZero) {
-        message = kHostEquipmentNotSized;
+        message = kMsgCannotSize;
         return 0;
     }
     const double v = totalVolume / maxRatio;
@@ -104,8 +102,10 @@ int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message)
     }
     m_NumberOfUnits = 1;
     if (m_MaxVolume < m_Volume) {
-        const double units = std::min(std::ceil(m_Volume / m_MaxVolume), static_cast<double>(INT_MAX));
-        m_NumberOfUnits = static_cast<int>(units);
+        if (!UnitsNeeded(m_Volume, m_MaxVolume, m_NumberOfUnits)) {
+            message = kMsgCannotSize;
+            return 0;
+        }
         m_Volume /= m_NumberOfUnits;
     }
     return 1;
