@@ -71,33 +71,41 @@ CTalHeatTransferAgent* CTalDocEss::GetDefaultCoolingAgent(std::string_view name)
 CTalStream& CTalDocEss::AddStream(std::unique_ptr<CTalStream> s) {
     s->SetDocument(this);
     streams_.push_back(std::move(s));
+    streamsByName_.emplace(streams_.back()->Name(), streams_.back().get());
     return *streams_.back();
 }
 
 CTalProcedure& CTalDocEss::AddProcedure(std::unique_ptr<CTalProcedure> p) {
     procedures_.push_back(std::move(p));
-    return *procedures_.back();
+    CTalProcedure* added = procedures_.back().get();
+    proceduresByName_.emplace(added->Name(), added);
+    procedureIndex_.emplace(added, static_cast<int>(procedures_.size() - 1));
+    return *added;
+}
+
+void CTalDocEss::RebuildNameIndexes() const {
+    streamsByName_.clear();
+    proceduresByName_.clear();
+    for (const auto& s : streams_) streamsByName_.emplace(s->Name(), s.get());
+    for (const auto& p : procedures_) proceduresByName_.emplace(p->Name(), p.get());
+    namesChanged_ = false;
 }
 
 CTalStream* CTalDocEss::FindStream(std::string_view name) const {
-    for (const auto& s : streams_) {
-        if (s->Name() == name) return s.get();
-    }
-    return nullptr;
+    if (namesChanged_) RebuildNameIndexes();
+    const auto it = streamsByName_.find(name);
+    return it == streamsByName_.end() ? nullptr : it->second;
 }
 
 CTalProcedure* CTalDocEss::FindProcedure(std::string_view name) const {
-    for (const auto& p : procedures_) {
-        if (p->Name() == name) return p.get();
-    }
-    return nullptr;
+    if (namesChanged_) RebuildNameIndexes();
+    const auto it = proceduresByName_.find(name);
+    return it == proceduresByName_.end() ? nullptr : it->second;
 }
 
 int CTalDocEss::GetProcedureIndex(const CTalProcedure* p) const {
-    for (std::size_t i = 0; i < procedures_.size(); ++i) {
-        if (procedures_[i].get() == p) return static_cast<int>(i);
-    }
-    return -1;
+    const auto it = procedureIndex_.find(p);
+    return it == procedureIndex_.end() ? -1 : it->second;
 }
 
 }  // namespace unitops

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <sstream>
+#include <unordered_map>
 
 #include <nlohmann/json.hpp>
 
@@ -48,6 +49,76 @@ bool ParseNumberText(const json& v, unsigned& out) {
     }
 }
 
+// Builds the JSON tree of a flowsheet in time linear in its size: keys are appended to their
+// object with a hash index per open object (inserting through the ordered map searches it from the
+// start, which grows as the square of the number of keys). A key given twice keeps the place of
+// the first and the value of the last, as the ordered map does.
+class TreeBuilder : public nlohmann::json_sax<json> {
+public:
+    json root;
+    std::size_t errorByte = 0;
+    std::string errorText;
+
+    bool null() override { return Put(nullptr); }
+    bool boolean(bool v) override { return Put(v); }
+    bool number_integer(number_integer_t v) override { return Put(v); }
+    bool number_unsigned(number_unsigned_t v) override { return Put(v); }
+    bool number_float(number_float_t v, const string_t&) override { return Put(v); }
+    bool string(string_t& v) override { return Put(std::move(v)); }
+    bool binary(binary_t& v) override { return Put(json::binary(std::move(v))); }
+    bool start_object(std::size_t) override {
+        open_.push_back(Put(json::object()));
+        keys_.emplace_back();
+        return true;
+    }
+    bool key(string_t& k) override {
+        key_ = std::move(k);
+        return true;
+    }
+    bool end_object() override {
+        open_.pop_back();
+        keys_.pop_back();
+        return true;
+    }
+    bool start_array(std::size_t) override {
+        open_.push_back(Put(json::array()));
+        keys_.emplace_back();
+        return true;
+    }
+    bool end_array() override { return end_object(); }
+    bool parse_error(std::size_t byte, const std::string&, const nlohmann::detail::exception& e) override {
+        errorByte = byte;
+        errorText = e.what();
+        return false;
+    }
+
+private:
+    json* Put(json v) {
+        if (open_.empty()) {
+            root = std::move(v);
+            return &root;
+        }
+        json& parent = *open_.back();
+        if (parent.is_array()) {
+            parent.push_back(std::move(v));
+            return &parent.back();
+        }
+        // The ordered map is a vector of pairs underneath: appending to it skips the search.
+        auto& members = static_cast<std::vector<json::object_t::value_type>&>(*parent.get_ptr<json::object_t*>());
+        const auto [at, added] = keys_.back().emplace(key_, members.size());
+        if (!added) {
+            members[at->second].second = std::move(v);
+            return &members[at->second].second;
+        }
+        members.emplace_back(key_, std::move(v));
+        return &members.back().second;
+    }
+
+    std::vector<json*> open_;  // the objects and arrays being filled, innermost last
+    std::vector<std::unordered_map<std::string, std::size_t>> keys_;
+    std::string key_;
+};
+
 class Loader {
 public:
     explicit Loader(std::string origin) : origin_(std::move(origin)) {}
@@ -78,23 +149,21 @@ private:
     }
 
     json Parse(std::string_view text) const {
-        try {
-            return json::parse(text);
-        } catch (const json::parse_error& e) {
-            // Turn the byte offset into a line and column.
-            std::size_t line = 1, column = 1;
-            for (std::size_t i = 0; i + 1 < e.byte && i < text.size(); ++i) {
-                if (text[i] == '\n') {
-                    ++line;
-                    column = 1;
-                } else {
-                    ++column;
-                }
+        TreeBuilder builder;
+        if (json::sax_parse(text, &builder)) return std::move(builder.root);
+        // Turn the byte offset into a line and column.
+        std::size_t line = 1, column = 1;
+        for (std::size_t i = 0; i + 1 < builder.errorByte && i < text.size(); ++i) {
+            if (text[i] == '\n') {
+                ++line;
+                column = 1;
+            } else {
+                ++column;
             }
-            std::string what = e.what();
-            if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
-            throw InputError(origin_ + ":" + std::to_string(line) + ":" + std::to_string(column), what);
         }
+        std::string what = builder.errorText;
+        if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
+        throw InputError(origin_ + ":" + std::to_string(line) + ":" + std::to_string(column), what);
     }
 
     // ------------------------------------------------------------ values

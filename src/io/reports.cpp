@@ -186,7 +186,13 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
                  doc.IsBatchMode() ? "batch" : "continuous");
     if (doc.IsBatchMode()) std::fprintf(f, ", plant batch time %.2f h", doc.PlantBatchTime() / 3600.0);
     std::fprintf(f, ")\n");
-    if (result && result->passes > 1) std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
+    if (result && result->passes > 1) {
+        if (result->completed) {
+            std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
+        } else {
+            std::fprintf(f, "Back-propagation did not settle: %d sweeps ran (see the errors below).\n", result->passes);
+        }
+    }
     WriteMessages(f, doc, result);
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "unitops/contract/component.hpp"
@@ -57,8 +58,19 @@ public:
     const std::vector<std::unique_ptr<CTalStream>>& Streams() const { return streams_; }
     const std::vector<std::unique_ptr<CTalProcedure>>& Procedures() const { return procedures_; }
     int GetProcedureIndex(const CTalProcedure* p) const;
+    //! A stream or procedure of this flowsheet was renamed: the look-up by name is rebuilt.
+    void NamesChanged() { namesChanged_ = true; }
 
 private:
+    //! Hashes texts and views alike, so that a look-up by view makes no string.
+    struct NameHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+    };
+    template <class T>
+    using NameIndex = std::unordered_map<std::string, T*, NameHash, std::equal_to<>>;
+    void RebuildNameIndexes() const;
+
     bool batchMode_ = false;
     double plantBatchTime_ = 86400.0;
     std::vector<std::unique_ptr<CTalPureComponent>> components_;
@@ -66,6 +78,11 @@ private:
     std::vector<std::unique_ptr<CTalHeatTransferAgent>> agents_;
     std::vector<std::unique_ptr<CTalStream>> streams_;
     std::vector<std::unique_ptr<CTalProcedure>> procedures_;
+    // Look-ups by name (the first of a name wins, as in the lists) and by address.
+    mutable NameIndex<CTalStream> streamsByName_;
+    mutable NameIndex<CTalProcedure> proceduresByName_;
+    mutable bool namesChanged_ = false;
+    std::unordered_map<const CTalProcedure*, int> procedureIndex_;
 };
 
 }  // namespace unitops

@@ -39,8 +39,11 @@ public:
     SimulationResult Run();
 
 private:
+    //! Place of a procedure in the flowsheet's list.
+    std::size_t Index(const CTalProcedure* p) const;
     bool CheckConnections(std::vector<std::string>& errors);
     void RunPass(const std::vector<CTalProcedure*>& order);
+    void SweepUntilSettled(SimulationResult& result);
     void SizeByDefault(CTalProcedure& p);
 
     CTalDocEss& doc_;
