@@ -59,13 +59,14 @@ int Simulate(const SimulateOptions& options) {
     std::unique_ptr<CTalDocEss> doc = LoadAnyFlowsheet(options.file);
     ValidationSink sink(doc->questionPolicy);
     Simulator simulator(*doc);
-    if (!simulator.Validate(sink)) {
-        for (const ValidationIssue& issue : sink.Issues()) {
+    const SimulationResult result = simulator.Run(&sink);
+    if (!result.checksPassed) {
+        for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
+        for (const ValidationIssue& issue : result.invalidData) {
             std::fprintf(stderr, "unitops: invalid data: %s: %s\n", issue.object.c_str(), issue.text.c_str());
         }
         return kExitBadInput;
     }
-    const SimulationResult result = simulator.Run();
     WriteSimulationReport(stdout, *doc, &result, options.xls);
     if (!options.jsonOut.empty()) WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result));
     if (!options.saveOut.empty()) SaveFile(options.saveOut, *doc, result);

@@ -31,7 +31,10 @@ BidOutcome BackPropagation::ApplyBids(std::vector<std::string>& problems, bool a
     for (const auto& s : doc_.Streams()) {
         if (s->HasBPGFlowBid()) CollectStreamBid(*s, open, problems);
     }
-    if (open.empty()) return BidOutcome::Settled;
+    if (open.empty()) {
+        raised_.clear();
+        return BidOutcome::Settled;
+    }
     if (LastRaiseWasFutile(open)) {
         for (const OpenBid& bid : open) problems.push_back(bid.demand);
         return BidOutcome::Futile;

@@ -116,7 +116,24 @@ void CTalOperation::SetOwner(CTalProcedure* owner) {
     }
 }
 
-int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd*) { return 1; }
+// Every port that the operation takes from or gives to must hold a stream.
+int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
+    const std::string missing = MissingPortStream();
+    if (missing.empty()) return 1;
+    if (wnd) ShowSimMsg("No stream is attached to " + missing + ", which the operation uses.\n", 0);
+    return 0;
+}
+
+std::string CTalOperation::MissingPortStream() const {
+    for (int p = 0; p < NumberOfInStreams(); ++p) {
+        if (IsInPortUsed(p, 0) && !InStream(p)) return "input port " + std::to_string(p + 1);
+    }
+    for (int p = 0; p < NumberOfOutStreams(); ++p) {
+        if (IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
+    }
+    return {};
+}
+
 int CTalOperation::IsReadyForSimulation(CWnd*) { return 1; }
 
 void CTalOperation::PrepareForSimulation() {
@@ -210,9 +227,14 @@ double CTalOperation::BatchReferenceTime() const {
     return IsFlowsheetInBatchMode() ? PlantBatchTime() : HoldupTime();
 }
 
+// A master's duration is held in the master's units state; it is given in this operation's, so
+// that a description in display units shows it in this operation's own time unit.
 double CTalOperation::ProcessTime() const {
-    if (m_ProcessTimeMode == 3 && m_MasterOperation && m_MasterOperation != this) return m_MasterOperation->m_ProcessTime;
-    return m_ProcessTime;
+    const CTalOperation* master = m_MasterOperation;
+    if (m_ProcessTimeMode != 3 || !master || master == this) return m_ProcessTime;
+    double seconds = master->m_ProcessTime;
+    if (!master->m_IsInInternalUnits) seconds = master->m_ProcessTimePQ.Display().ToInternal(seconds);
+    return m_IsInInternalUnits ? seconds : m_ProcessTimePQ.Display().ToDisplay(seconds);
 }
 
 // ---------------------------------------------------------------- ports

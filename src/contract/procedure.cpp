@@ -84,20 +84,12 @@ void CTalProcedure::ConnectOut(int port, CTalStream* s) {
 }
 
 bool CTalProcedure::IsFullyConnected() const {
-    for (const auto& op : ops_) {
-        for (int p = 0; p < NumberOfInPorts(); ++p) {
-            if (op->IsInPortUsed(p, 0) && !InStream(p)) return false;
-        }
-        for (int p = 0; p < NumberOfOutPorts(); ++p) {
-            if (op->IsOutPortUsed(p, 0) && !OutStream(p)) return false;
-        }
-    }
-    return true;
+    return std::all_of(ops_.begin(), ops_.end(), [](const auto& op) { return op->MissingPortStream().empty(); });
 }
 
-void CTalProcedure::PrepareInitialState() {
+void CTalProcedure::PrepareInitialState(bool sizeKnown) {
     CTalStateStream* first = GetState(0);
-    if (equipment_ && equipment_->m_UsesDefaultContents && equipment_->m_DefaultContents) {
+    if (sizeKnown && equipment_ && equipment_->m_UsesDefaultContents && equipment_->m_DefaultContents) {
         equipment_->InitDefaultContentsBeforeBatch();
         equipment_->m_DefaultContents->CopyDataInto(*first, 1);
         return;

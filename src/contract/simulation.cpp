@@ -7,6 +7,19 @@
 
 namespace unitops {
 
+namespace {
+// Same component flows and phase split within a relative tolerance of the larger total.
+bool SameFlows(const CTalSModel& a, const CTalSModel& b, double tolerance) {
+    if (a.NumberOfComponents() != b.NumberOfComponents()) return false;
+    const double scale = std::max({a.MassFlow(), b.MassFlow(), 1e-300});
+    for (int i = 0; i < a.NumberOfComponents(); ++i) {
+        if (std::abs(a.ComponentFlow(i) - b.ComponentFlow(i)) > tolerance * scale) return false;
+        if (std::abs(a.ComponentVaporFrac(i) - b.ComponentVaporFrac(i)) > tolerance) return false;
+    }
+    return true;
+}
+}  // namespace
+
 // Kahn's algorithm in linear time, giving the order of repeated sweeps over the file: each sweep
 // takes, in file order, every procedure whose inputs are all made. A procedure joins the sweep of
 // its last-made supplier if it comes later in the file than that supplier, else the next one; the
@@ -64,8 +77,24 @@ bool Simulator::Validate(ValidationSink& sink) {
             op->IsSimDataComplete(0, &sink, false, 1);
         }
     }
+    CheckDefaultContents(sink);
     sink.SetObject("");
     return sink.Issues().size() == before;
+}
+
+void Simulator::CheckDefaultContents(ValidationSink& sink) const {
+    const bool hasAir = !doc_.GetComponentLocalName("Nitrogen").empty() && !doc_.GetComponentLocalName("Oxygen").empty();
+    if (hasAir) return;
+    for (const auto& p : doc_.Procedures()) {
+        const CTalEquipment* e = p->Equipment();
+        if (!e || !e->m_UsesDefaultContents || !e->m_DefaultContents || p->NumberOfOps() == 0) continue;
+        sink.SetObject(p->Name() + " / " + e->Name());
+        sink.ModelDlgMsg(0x600,
+                         "The vessel starts each batch full of air, but the flowsheet has no Nitrogen or no Oxygen "
+                         "component.\nAdd both components, or set UsesDefaultContents to 0 so that the vessel "
+                         "starts empty.\n",
+                         0, kStopBox);
+    }
 }
 
 bool Simulator::CheckConnections(std::vector<std::string>& errors) {
@@ -75,21 +104,35 @@ bool Simulator::CheckConnections(std::vector<std::string>& errors) {
         for (int i = 0; i < p->NumberOfOps(); ++i) {
             CTalOperation* op = p->GetOp(i);
             op->ClearMessages();
-            if (!op->IsAdequatelyConnectedForSimulation(&window) || !op->IsReadyForSimulation(&window)) {
-                std::string why;
-                for (const SimMessage& m : op->Messages()) why += (why.empty() ? "" : " ") + m.text;
-                errors.push_back(p->Name() + " / " + op->Name() + ": not adequately connected" +
-                                 (why.empty() ? "" : ": " + why));
-                ok = false;
+            std::string problem;
+            if (!op->IsAdequatelyConnectedForSimulation(&window)) {
+                problem = "not adequately connected";
+            } else if (!op->IsReadyForSimulation(&window)) {
+                problem = "not ready for simulation";
             }
+            if (problem.empty()) continue;
+            std::string why;
+            for (const SimMessage& m : op->Messages()) why += (why.empty() ? "" : " ") + m.text;
+            errors.push_back(p->Name() + " / " + op->Name() + ": " + problem + (why.empty() ? "" : ": " + why));
+            ok = false;
         }
     }
     return ok;
 }
 
+bool Simulator::Check(ValidationSink& sink, std::vector<std::string>& errors) {
+    std::string loop;
+    Order(loop);
+    if (!loop.empty()) {
+        errors.push_back(loop);
+        return false;
+    }
+    return CheckConnections(errors) && Validate(sink);
+}
+
 // One sweep over all procedures. Sizes start over, the streams that procedures make start
 // empty (batch operations add to them), and each operation's messages are those of this sweep.
-void Simulator::RunPass(const std::vector<CTalProcedure*>& order) {
+void Simulator::RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep) {
     for (const auto& s : doc_.Streams()) {
         if (!s->IsInput()) s->Zero(false, true);
         s->ResetBPGParameters();
@@ -100,7 +143,10 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->ClearMessages();
     }
     for (CTalProcedure* p : order) {
-        p->PrepareInitialState();
+        // A vessel that this run designs has no known size before its first sweep sizes it, so
+        // that sweep starts it empty; later sweeps fill it with the air of the designed vessel.
+        // Every run thus starts alike, whatever size an earlier run or the file left.
+        p->PrepareInitialState(!(firstSweep && p->IsDesignMode()));
         p->Solve(false);
         SizeByDefault(*p);
     }
@@ -114,16 +160,28 @@ void Simulator::SizeByDefault(CTalProcedure& p) {
     e->CalcDefaultSize(&p, nullptr);
 }
 
-// Sweeps until the back-propagation bids settle. The results shown are always those of a whole
+bool Simulator::DefaultContentsChanged() {
+    bool changed = false;
+    for (const auto& p : doc_.Procedures()) {
+        CTalEquipment* e = p->Equipment();
+        if (!e || !e->m_UsesDefaultContents || !e->m_DefaultContents) continue;
+        e->InitDefaultContentsBeforeBatch();
+        changed |= !SameFlows(*e->m_DefaultContents, *p->GetState(0), options_.relativeTolerance);
+    }
+    return changed;
+}
+
+// Sweeps until the back-propagation bids and the vessels' default contents settle. The results shown are always those of a whole
 // sweep with the feeds that it ran with: a run that stops without settling applies no bids after
 // its last sweep, and a raise that helped no demand is undone and the sweep before it run again.
 void Simulator::SweepUntilSettled(SimulationResult& result) {
     BackPropagation bpg(doc_, options_.relativeTolerance);
     for (result.passes = 1;; ++result.passes) {
-        RunPass(result.order);
+        RunPass(result.order, result.passes == 1);
         std::vector<std::string> problems;
         const BidOutcome outcome = bpg.ApplyBids(problems, result.passes < options_.maxPasses);
-        if (outcome == BidOutcome::Settled) {
+        const bool contentsChanged = outcome != BidOutcome::Futile && DefaultContentsChanged();
+        if (outcome == BidOutcome::Settled && !contentsChanged) {
             result.warnings = problems;
             return;
         }
@@ -133,27 +191,30 @@ void Simulator::SweepUntilSettled(SimulationResult& result) {
                                     " sweeps; the results are those from before the last raise of the feeds");
             bpg.UndoLastRaise();
             ++result.passes;
-            RunPass(result.order);
+            RunPass(result.order, false);
             return;
         }
         if (result.passes >= options_.maxPasses) {
-            result.errors.push_back("back-propagation did not settle in " + std::to_string(options_.maxPasses) +
-                                    " sweeps; the results are those of the last sweep");
+            result.errors.push_back("the sweeps (back-propagation, the vessels' default contents) did not settle in " +
+                                    std::to_string(options_.maxPasses) + " sweeps; the results are those of the last sweep");
             result.warnings = problems;
             return;
         }
     }
 }
 
-SimulationResult Simulator::Run() {
+SimulationResult Simulator::Run(ValidationSink* sink) {
     SimulationResult result;
-    std::string error;
-    result.order = Order(error);
-    if (!error.empty()) {
-        result.errors.push_back(error);
+    ValidationSink ownSink(doc_.questionPolicy);
+    ValidationSink& checks = sink ? *sink : ownSink;
+    const std::size_t issuesBefore = checks.Issues().size();
+    if (!Check(checks, result.errors)) {
+        result.invalidData.assign(checks.Issues().begin() + static_cast<std::ptrdiff_t>(issuesBefore), checks.Issues().end());
         return result;
     }
-    if (!CheckConnections(result.errors)) return result;
+    result.checksPassed = true;
+    std::string error;
+    result.order = Order(error);
     for (const auto& s : doc_.Streams()) {
         if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->RestoreDefinition();
     }

@@ -221,13 +221,25 @@ private:
         return v.get<std::string>();
     }
 
+    //! The member that a key names: its own name, or another name by which the same member is
+    //! known in some model descriptions.
+    static const MemberRow* FindMember(const MemberTable& table, const std::string& key) {
+        static const std::map<std::string, std::string> kAliases = {
+            {"WorkingToVesselVolume", "WorkingToVesselVol"}, {"OperatingTemp", "ExitTemp"},
+            {"OperatingPress", "OperPressure"},              {"IsPressSetByUser", "IsPressureSetByUser"},
+            {"TotalPower", "Power"},                         {"EquipCapacityUtilF", "CapacityUtilF"}};
+        if (const MemberRow* row = table.Find(key)) return row;
+        const auto alias = kAliases.find(key);
+        return alias == kAliases.end() ? nullptr : table.Find(alias->second);
+    }
+
     //! Sets every key of `j` (but those in `skip`) through the object's member table.
     void SetMembers(CObject& obj, const json& j, const std::string& at, const std::set<std::string>& skip) const {
         const MemberTable& table = obj.MemberRows();
         for (const auto& [key, value] : j.items()) {
             if (skip.count(key) || IsNote(key)) continue;
             const std::string where = Key(at, key);
-            const MemberRow* row = table.Find(key);
+            const MemberRow* row = FindMember(table, key);
             if (!row) Fail(where, std::string("unknown parameter '") + key + "' of " + obj.GetRuntimeClass()->m_lpszClassName);
             if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
             switch (row->type) {
@@ -453,6 +465,38 @@ private:
             ReadEquipment(*made[i], list[i], Index("procedures", i));
             ReadOperations(*made[i], list[i], Index("procedures", i));
         }
+        for (const PendingMaster& m : pendingMasters_) ResolveMaster(m);
+    }
+
+    // An operation that takes its duration from another: {"procedure": "P-1", "operation": "OP"},
+    // the procedure being the operation's own when omitted. Resolved once every operation exists.
+    struct PendingMaster {
+        CTalOperation* op;
+        const json* spec;
+        std::string at;
+    };
+
+    void ResolveMaster(const PendingMaster& m) const {
+        if (!m.spec->is_object() || !m.spec->contains("operation")) {
+            Fail(m.at, "expected {\"procedure\": NAME, \"operation\": NAME}");
+        }
+        for (const auto& [key, value] : m.spec->items()) {
+            if (key != "procedure" && key != "operation") Fail(Key(m.at, key), "unknown key '" + key + "' of a master operation");
+        }
+        CTalProcedure* proc = m.op->Owner();
+        if (m.spec->contains("procedure")) {
+            const std::string name = Text((*m.spec)["procedure"], Key(m.at, "procedure"));
+            proc = doc_->FindProcedure(name);
+            if (!proc) Fail(Key(m.at, "procedure"), "unknown procedure '" + name + "'");
+        }
+        const std::string name = Text((*m.spec)["operation"], Key(m.at, "operation"));
+        CTalOperation* master = nullptr;
+        for (int i = 0; i < proc->NumberOfOps() && !master; ++i) {
+            if (proc->GetOp(i)->Name() == name) master = proc->GetOp(i);
+        }
+        if (!master) Fail(Key(m.at, "operation"), "procedure '" + proc->Name() + "' has no operation '" + name + "'");
+        if (master == m.op) Fail(m.at, "an operation cannot be its own master");
+        m.op->SetMasterOperation(master);
     }
 
     CTalProcedure& ReadProcedure(const json& j, const std::string& at) {
@@ -527,7 +571,7 @@ private:
         }
     }
 
-    void ReadOperations(CTalProcedure& proc, const json& j, const std::string& at) const {
+    void ReadOperations(CTalProcedure& proc, const json& j, const std::string& at) {
         std::map<std::string, int> counters;
         auto add = [&](unsigned id, const json* spec, const std::string& where) {
             std::unique_ptr<CTalOperation> op = CreateOperationFromRoster0(&proc, id);
@@ -540,7 +584,10 @@ private:
             ref.SetName(ref.DefaultPrefix() + std::to_string(++counters[ref.DefaultPrefix()]));
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
-            SetMembers(ref, *spec, where, {"model", "name"});
+            SetMembers(ref, *spec, where, {"model", "name", "MasterOperation"});
+            if (spec->contains("MasterOperation")) {
+                pendingMasters_.push_back({&ref, &(*spec)["MasterOperation"], Key(where, "MasterOperation")});
+            }
         };
         if (!j.contains("operations")) {
             std::list<unsigned> ids;
@@ -614,6 +661,7 @@ private:
 
     std::string origin_;
     std::unique_ptr<CTalDocEss> doc_;
+    std::vector<PendingMaster> pendingMasters_;
 };
 
 }  // namespace

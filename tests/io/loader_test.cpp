@@ -78,6 +78,12 @@ TEST(FlowsheetLoader, BatchFeedsMayBeGivenPerBatch) {
     EXPECT_NEAR(doc->FindStream("A")->MassFlow(), 500.0 / 36000, 1e-15);
 }
 
+TEST(FlowsheetLoader, AMemberMayBeNamedByItsOtherName) {
+    auto doc = LoadFlowsheet(Edited(R"x("SpecPower": "0.1 kW/(kg/s)")x", R"("PowerMode": 1, "TotalPower": "2 kW")"), "t");
+    EXPECT_DOUBLE_EQ(doc->Procedures()[0]->GetOp(0)->Power(), 2000.0);
+    EXPECT_NE(LoadError(Edited(R"("SpecPower")", R"("EquipCapacityUtilF")")).find("is a result"), std::string::npos);
+}
+
 struct BadInput {
     const char* name;
     std::string text;

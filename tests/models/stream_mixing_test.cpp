@@ -101,6 +101,24 @@ TEST_F(MixingTest, DesignSizesTheMixerAndComputesPower) {
     EXPECT_DOUBLE_EQ(mixer->CapacityUtilF(), 1.0);
 }
 
+// Solved without an outlet, the mixer warns and carries on: power and utilisation are written.
+TEST_F(MixingTest, WithoutAnOutletTheMixerWarnsAndStillComputesPower) {
+    Build({"Water"});
+    proc->ConnectOut(0, nullptr);
+    equipment->m_MaxThroughput = 200.0 / 3600;
+    mixer->SetSpecPower(2.0);
+    Feed(0, {300.0 / 3600}, 300.0);
+    Feed(1, {200.0 / 3600}, 300.0);
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_EQ(mixer->LastResult(), 0);  // a warning, not an abnormal ending
+    ASSERT_EQ(mixer->Messages().size(), 1u);
+    EXPECT_EQ(mixer->Messages()[0].kind, MsgKind::Warning);
+    EXPECT_EQ(mixer->Messages()[0].number, 14341u);
+    EXPECT_EQ(equipment->NumberOfUnits(), 3);
+    EXPECT_NEAR(mixer->Power(), 2.0 * 500.0 / 3600, 1e-12);
+    EXPECT_DOUBLE_EQ(mixer->CapacityUtilF(), 1.0);
+}
+
 TEST_F(MixingTest, DesignWithSizingSkippedKeepsTheUnits) {
     Build({"Water"});
     equipment->SetNumberOfUnits(4);

@@ -89,6 +89,8 @@ TEST(ThroughputEquipment, DatabaseSettersAnswerOnlyTheirIDs) {
     CTalDiscreteThroughputEquipment d;
     EXPECT_TRUE(d.SetNumericalValue(67, 9.0));
     EXPECT_DOUBLE_EQ(d.RatedThroughput(), 9.0);
+    EXPECT_FALSE(d.SetNumericalValue(23, 4.0));  // the mass rating's ID is refused
+    EXPECT_DOUBLE_EQ(d.RatedThroughput(), 9.0);
 }
 
 TEST(ThroughputEquipment, ReportLinesKeepTheirFormats) {

@@ -4,6 +4,7 @@
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 
@@ -56,6 +57,31 @@ TEST_F(TransferTest, ChargeFillsAndSizesTheVessel) {
     EXPECT_NEAR(vessel->Volume(), liquid / 0.9, 1e-9);
     EXPECT_NEAR(charge.m_Volumes.finalVolumeRatio, 0.9, 1e-12);
     EXPECT_NEAR(charge.CapacityUtilF(), 1.0, 1e-12);
+}
+
+// A feed given by volume holding an ingredient without a density: the run says that the
+// description counts it at 1000 kg/m3 rather than using that silently.
+TEST(ChargeDescription, AnIngredientWithoutDensityIsAnnounced) {
+    auto doc = test::MakeDoc({"Water"}, true);
+    test::AddSimpleComponent(*doc, "Foam", 50.0, 0.0, 2000.0);
+    CTalProcedure& p = test::AddProcedure(*doc, "P-1", 0xA010, false);
+    p.Equipment()->m_UsesDefaultContents = 0;
+    CTalInputStream& feed = test::AddFeed(*doc, "FEED", {0.1, 0.0}, 293.15);
+    feed.SetVolFlowSetByUser(true);
+    p.ConnectIn(0, &feed);
+    auto made = CTalOperation::Create<CTalChargeOp>(&p);
+    CTalChargeOp& charge = *made;
+    charge.SetPortID(1);
+    p.AddOperation(std::move(made));
+    ASSERT_EQ(p.Solve(false), 1);
+    EXPECT_TRUE(charge.Messages().empty());  // water has its density
+    feed.SetComponentFlow(1, 0.01);
+    charge.ClearMessages();
+    p.Solve(false);
+    ASSERT_EQ(charge.Messages().size(), 1u);
+    EXPECT_EQ(charge.Messages()[0].kind, MsgKind::Shown);
+    EXPECT_EQ(charge.Messages()[0].number, 0x1098u);
+    EXPECT_EQ(charge.LastResult(), 1);  // a notice: the charge itself is done
 }
 
 TEST_F(TransferTest, TimeAndRateByModeAndBasis) {
@@ -334,6 +360,61 @@ TEST_F(TransferTest, ADemandThatNothingUpstreamCanMeetIsReported) {
     EXPECT_NE(r.warnings[0].find("P-B"), std::string::npos) << r.warnings[0];
     EXPECT_NEAR(product.MassFlow() * 36000.0, 400.0, 1e-6);  // what there was
     EXPECT_NEAR(water.MassFlow() * 36000.0, 3600.0, 1e-9);    // the feed was not touched
+}
+
+// A transfer in whose duration the transfer out at the other end sets: 400 kg at 100 kg/min.
+TEST(TransferDescription, ADurationSetByTheMasterShowsInTheOperationsOwnUnit) {
+    auto doc = LoadFlowsheet(R"json({
+      "flowsheet": {"name": "master", "mode": "batch", "PlantBatchTime": "8 h"},
+      "components": ["Water", "Nitrogen", "Oxygen"],
+      "streams": {"WATER": {"flows": {"Water": "1000 kg/batch"}}},
+      "procedures": [
+        {"name": "P-2", "type": "Vessel Procedure (Generic)", "inputs": ["S-TR"],
+         "operations": [{"model": "Transfer In", "name": "IN", "PortStream": "S-TR", "TransferProcedure": "P-1",
+                         "ProcessTimeMode": 3, "MasterOperation": {"procedure": "P-1", "operation": "OUT"}}]},
+        {"name": "P-1", "type": "Vessel Procedure (Generic)", "inputs": ["WATER"], "outputs": ["S-TR"],
+         "operations": [{"model": "Charge", "PortStream": "WATER"},
+                        {"model": "Transfer Out", "name": "OUT", "PortStream": "S-TR", "TransferProcedure": "P-2",
+                         "TransferOutMode": 2, "MassOut": "400 kg", "ProcessTimeMode": 2, "FlowBasis": 1,
+                         "MassFlowRate": "100 kg/min"}]}]
+    })json",
+                             "master.json");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    CTalOperation& in = *doc->FindProcedure("P-2")->GetOp(0);
+    CTalOperation& out = *doc->FindProcedure("P-1")->GetOp(1);
+    ASSERT_EQ(in.MasterOperation(), &out);
+    EXPECT_NEAR(in.ProcessTime(), 240.0, 1e-9);
+    EXPECT_EQ(in.ProcessTimeUnits().UnitsName(), "min");
+    std::string text;
+    // Whichever of the two is in display units, the duration is converted once.
+    for (bool masterShown : {false, true}) {
+        if (masterShown) out.ConvertToDisplayUnits();
+        in.ConvertToDisplayUnits();
+        in.GetCustomDescription(text);
+        EXPECT_EQ(text, "Transfer in for 4.00 min from P-1") << "master in display units: " << masterShown;
+        in.ConvertToInternalUnits();
+        EXPECT_NEAR(in.ProcessTime(), 240.0, 1e-9);
+    }
+}
+
+TEST(TransferDescription, AMasterOperationMustExist) {
+    const std::string head = R"json({"flowsheet": {"mode": "batch"}, "components": ["Water"],
+      "procedures": [{"name": "P-1", "type": "Vessel Procedure (Generic)",
+        "operations": [{"model": "Transfer Out", "name": "A"}, {"model": "Transfer Out", "name": "B", "MasterOperation": )json";
+    const auto error = [&](const std::string& master) {
+        try {
+            LoadFlowsheet(head + master + "}]}]}", "m.json");
+        } catch (const InputError& e) {
+            return std::string(e.what());
+        }
+        return std::string("loaded");
+    };
+    EXPECT_NE(error(R"({"procedure": "P-9", "operation": "A"})").find("operations[1].MasterOperation.procedure: unknown procedure 'P-9'"),
+              std::string::npos);
+    EXPECT_NE(error(R"({"operation": "C"})").find("has no operation 'C'"), std::string::npos);
+    EXPECT_NE(error(R"({"operation": "B"})").find("its own master"), std::string::npos);
+    EXPECT_NE(error(R"("A")").find("expected {"), std::string::npos);
+    EXPECT_EQ(error(R"({"operation": "A"})"), "loaded");
 }
 
 }  // namespace

@@ -67,11 +67,17 @@ TEST(VesselSizing, UnitsBelowTheMaximumAndOnlyRisingWithinAPass) {
     EXPECT_TRUE(v->DoSizingBasedOnVolume(45.0, 0.9, message));
     EXPECT_EQ(v->NumberOfUnits(), 1);
     EXPECT_NEAR(v->Volume(), 50.0, 1e-12);
-    v->m_IsSizedInThisRun = 0;  // a ratio or a maximum of zero (refused by validation) stays finite
-    v->SetMaxVolume(0.0);
-    v->CalcSize(500.0, 0.0, message);
+    // A ratio or a maximum of zero (refused by validation) sizes nothing and says why.
+    v->m_IsSizedInThisRun = 0;
+    EXPECT_EQ(v->CalcSize(500.0, 1e-15, message), 0);
+    EXPECT_EQ(message, 42u);
+    v->SetMaxVolume(1e-15);
+    message = 0;
+    EXPECT_EQ(v->CalcSize(500.0, 0.9, message), 0);
+    EXPECT_EQ(message, 42u);
     EXPECT_EQ(v->NumberOfUnits(), 1);
-    EXPECT_EQ(v->Volume(), 500.0);
+    EXPECT_EQ(v->Volume(), 50.0);
+    EXPECT_EQ(v->m_IsSizedInThisRun, 0);
 }
 
 TEST(VesselDimensions, VerticalAndHorizontalCylinders) {
@@ -494,11 +500,11 @@ TEST(VesselFlowsheet, AnIdleVesselProcedureIsSizedAndCosted) {
     auto& v = dynamic_cast<CTalStirJacketVessel&>(*p.Equipment());
     EXPECT_DOUBLE_EQ(v.MaxWorkingToVesselVol(), 0.8);
     ASSERT_TRUE(Simulator(*doc).Run().completed);
-    // It starts with the air of its 1 m3: 101325 / 2478819.1 = 0.0408763 kmol over 36000 s ...
-    EXPECT_NEAR(p.GetState(0)->ComponentMoleFlow(1), 0.79 * 0.0408763189 / 36000, 1e-13);
-    // ... and is sized from its contents, which hold no liquid: no volume, cost at the floor.
+    // It is sized from its contents, which hold no liquid: no volume, cost at the floor; its air
+    // is that of the designed vessel, not of the 1 m3 it had before the run.
     EXPECT_EQ(v.m_IsSizedInThisRun, 1);
     EXPECT_EQ(v.Volume(), 0.0);
+    EXPECT_EQ(p.GetState(0)->ComponentMoleFlow(1), 0.0);
     // exp(0.14071 ln 0.15 + 12.712) x 0.5 (no ASME) + 11200 (1000 / 2000)^0.43 = 126995.771 + 8313.332
     EXPECT_NEAR(v.PurchaseCost(), 126995.771088 + 8313.331996, 1e-5);
     const std::string report = test::Capture([&](std::FILE* f) { WriteEquipmentReport(f, *doc, false); });

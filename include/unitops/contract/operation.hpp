@@ -152,6 +152,9 @@ public:
     int NumberOfInStreams() const;
     int NumberOfOutStreams() const;
     int NumberOfInPortsUsed() const;
+    //! The first port that this operation uses (`IsInPortUsed`, `IsOutPortUsed`) but that holds
+    //! no stream, as "input port 2"; empty when all hold one.
+    std::string MissingPortStream() const;
     int InPortsAvailable() const { return NumberOfInStreams(); }
     int OutPortsAvailable() const { return NumberOfOutStreams(); }
     CTalStateStream* GetStateBefore() const;

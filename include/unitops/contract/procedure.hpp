@@ -121,8 +121,9 @@ public:
 
     //! Runs the operations in order on the chain of states; the result is 0 if any failed.
     int Solve(bool skipSizing, bool = false);
-    //! Fills state 0 for a pass: the equipment's default contents when it uses them, else empty.
-    void PrepareInitialState();
+    //! Fills state 0 for a pass: the equipment's default contents when it uses them and its size
+    //! is known, else empty.
+    void PrepareInitialState(bool sizeKnown = true);
 
     // Back-propagation started by a state: the operation needs `kgPerS` more of the contents
     // than `state` holds, of the given composition.

@@ -19,9 +19,11 @@ struct SimulationOptions {
 };
 
 struct SimulationResult {
-    bool completed = false;                //!< the passes ran (models may still have warned)
+    bool completed = false;                //!< the passes ran and settled (models may still have warned)
+    bool checksPassed = false;             //!< order, connections, readiness and data were in order
     int passes = 0;
     std::vector<std::string> errors;       //!< why the run could not start or settle
+    std::vector<ValidationIssue> invalidData;  //!< what the data checks found, when they stopped the run
     std::vector<std::string> warnings;     //!< demands that back-propagation could not meet
     std::vector<CTalProcedure*> order;
 };
@@ -33,18 +35,30 @@ public:
     //! Procedures in an order in which every stream is made before it is used. A loop of
     //! procedures cannot be ordered: `error` names them and the result is empty.
     std::vector<CTalProcedure*> Order(std::string& error) const;
-    //! Runs every model's data checks; problems land in `sink`, the result is false if any.
+    //! Asks every operation whether its ports are connected (`IsAdequatelyConnectedForSimulation`)
+    //! and whether it is ready (`IsReadyForSimulation`); `errors` says which are not.
+    bool CheckConnections(std::vector<std::string>& errors);
+    //! Runs every equipment's and operation's data checks, and the host's own; problems land in
+    //! `sink`, the result is false if any.
     bool Validate(ValidationSink& sink);
-    //! Checks connections and data, then simulates until the back-propagation settles.
-    SimulationResult Run();
+    //! The host's checks before a run, in its order: the procedures can be ordered, every
+    //! operation is connected and ready, then the data. A failed step stops the checks, so that a
+    //! missing connection is reported before the data that depend on it.
+    bool Check(ValidationSink& sink, std::vector<std::string>& errors);
+    //! Checks (as `Check`), then simulates until back-propagation and the vessels' default
+    //! contents settle. Data problems land in `sink` when given, and in the result.
+    SimulationResult Run(ValidationSink* sink = nullptr);
 
 private:
     //! Place of a procedure in the flowsheet's list.
     std::size_t Index(const CTalProcedure* p) const;
-    bool CheckConnections(std::vector<std::string>& errors);
-    void RunPass(const std::vector<CTalProcedure*>& order);
+    //! Host checks of data that no model owns: a vessel that starts full of air needs both gases.
+    void CheckDefaultContents(ValidationSink& sink) const;
+    void RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep);
     void SweepUntilSettled(SimulationResult& result);
     void SizeByDefault(CTalProcedure& p);
+    //! Recomputes the default contents from the sizes the last sweep designed; true if they changed.
+    bool DefaultContentsChanged();
 
     CTalDocEss& doc_;
     SimulationOptions options_;

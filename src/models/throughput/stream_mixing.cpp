@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 
 #include "unitops/models/throughput/throughput_equipment.hpp"
 
@@ -38,8 +39,17 @@ int CTalTwoStreamMixing::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
 
 int CTalTwoStreamMixing::Solve(CTalStateStream*, CTalStateStream* after, int skipSizing) {
     after->Zero(false, true);
+    int result = 1;
+    // Without an outlet the mix is formed aside: throughput, power and utilisation are still those
+    // of what arrives, and the message says that it goes nowhere.
+    std::unique_ptr<CTalStream> aside;
     CTalStream* out = OutStream(0);
-    if (!out) return AbnormalSimEnding(kMsgNoOutputStream, 0);
+    if (!out) {
+        SetSimMsg(kMsgNoOutputStream, 0);
+        result = 0;
+        aside = std::make_unique<CTalStream>(after->Comps(), std::string());
+        out = aside.get();
+    }
 
     std::array<const CTalSModel*, kMaxMixerInputs> inputs{};
     int n = 0;
@@ -52,7 +62,7 @@ int CTalTwoStreamMixing::Solve(CTalStateStream*, CTalStateStream* after, int ski
         out->MixN(inputs.data(), n);
     }
     CTalThroughputEquipment* e = EquipmentT();
-    const int result = IsDesignMode() ? SolveDesign(*out, e, skipSizing) : SolveRating(*out, e);
+    if (!(IsDesignMode() ? SolveDesign(*out, e, skipSizing) : SolveRating(*out, e))) result = 0;
     CalcPowerAndUtilization(e);
     return NormalSimEnding(result);
 }

@@ -118,7 +118,8 @@ bool CTalDiscreteThroughputEquipment::SetNumericalValue(int id, double value, in
         m_RatedThroughput = value;
         return true;
     }
-    return CTalThroughputEquipment::SetNumericalValue(id, value, flag);
+    // The mass rating's ID is not this class's: only the count of parts per second is set here.
+    return CTalEquipment::SetNumericalValue(id, value, flag);
 }
 
 }  // namespace unitops

@@ -15,6 +15,7 @@ namespace {
 constexpr unsigned kHelpBalance = 0x30;
 constexpr unsigned kHelpVolumeRatio = 0x50;
 constexpr unsigned kHelpData = 0x2A;
+constexpr unsigned kHostIngredientWithoutDensity = 0x1098;  // "An ingredient has no density; 1000 kg/m3 is used."
 constexpr double kPullOutFloor = 1e-7;  // kg/s moved by a pull out that no one has asked yet
 
 std::string Format(const char* format, auto... args) {
@@ -508,6 +509,20 @@ int CTalChargeOp::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "%s", m_IsDetailedDescription ? "Description will mention all ingredients of charge stream (detailed)."
                                                   : "Description will mention just the stream name (lumped).");
     return 1;
+}
+
+const CTalInputStream* CTalChargeOp::FeedWithIngredientWithoutDensity() const {
+    const auto* feed = dynamic_cast<const CTalInputStream*>(TransferStream());
+    if (!feed || !feed->IsVolFlowSetByUser()) return nullptr;
+    for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+        if (feed->ComponentFlow(i) > 0.0 && feed->IngredientDensity(feed->GetPureComponent(i)->name) < 1e-15) return feed;
+    }
+    return nullptr;
+}
+
+int CTalChargeOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) {
+    if (FeedWithIngredientWithoutDensity()) ShowSimMsg(kHostIngredientWithoutDensity, 0);
+    return CTalTransferInOp::Solve(before, after, skipSizing);
 }
 
 void CTalChargeOp::GetCustomDescription(std::string& text) const {

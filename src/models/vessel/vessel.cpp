@@ -14,6 +14,7 @@ namespace unitops {
 
 namespace {
 constexpr double kZero = 1e-15;
+constexpr unsigned kHostEquipmentNotSized = 42;  // "The equipment could not be sized with the given data."
 constexpr double kAtmosphere = 101325.0;     // Pa
 constexpr double kAirReference = 2478819.1;  // 8314 J/(kmol K) x 298.15 K
 constexpr double kNitrogenInAir = 0.79;      // mole fraction
@@ -87,9 +88,14 @@ void CTalVessel::InitCostParams() {
     m_CostFactor3 = 0.1;
 }
 
-int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned&) {
-    // Validation refuses a ratio of zero; the volume is then taken as it is rather than infinite.
-    const double v = maxRatio > kZero ? totalVolume / maxRatio : totalVolume;
+int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned& message) {
+    // Validation refuses these; should one reach here all the same, the vessel keeps its size and
+    // the caller reports why rather than sizing on a substitute.
+    if (maxRatio <= kZero || m_MaxVolume <= kZero) {
+        message = kHostEquipmentNotSized;
+        return 0;
+    }
+    const double v = totalVolume / maxRatio;
     if (!m_IsSizedInThisRun) {
         m_Volume = v;
         m_IsSizedInThisRun = 1;
@@ -97,8 +103,7 @@ int CTalVessel::CalcSize(double totalVolume, double maxRatio, unsigned&) {
         m_Volume = std::max(v, m_NumberOfUnits * m_Volume);
     }
     m_NumberOfUnits = 1;
-    // A maximum of zero is refused by validation too: one unit then takes the whole volume.
-    if (m_MaxVolume > kZero && m_MaxVolume < m_Volume) {
+    if (m_MaxVolume < m_Volume) {
         const double units = std::min(std::ceil(m_Volume / m_MaxVolume), static_cast<double>(INT_MAX));
         m_NumberOfUnits = static_cast<int>(units);
         m_Volume /= m_NumberOfUnits;

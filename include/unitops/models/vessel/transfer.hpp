@@ -100,6 +100,9 @@ public:
     void Serialize(CArchive& ar) override;
     int IsAdequatelyConnectedForSimulation(CWnd* wnd) override;
     void InitSimModelParams() override;
+    //! The transfer in's balance; first says when the description will count an ingredient
+    //! without a density at 1000 kg/m3.
+    int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
     int WriteIDR_Description(std::FILE* f) override;
     void GetCustomDescription(std::string& text) const override;
     void GetSampleDescription(std::string& text) const override;
@@ -107,6 +110,9 @@ public:
     int m_IsDetailedDescription = 0;
 
 protected:
+    //! A feed given by volume, of which an ingredient present has no density; null otherwise.
+    const CTalInputStream* FeedWithIngredientWithoutDensity() const;
+
     const char* PortWord() const override { return "Charge"; }
     const char* TimeRateWord() const override { return "Charge"; }
 };
