@@ -1,5 +1,7 @@
 #include "unitops/io/database.hpp"
 
+#include "embedded.hpp"
+
 #include <cmath>
 #include <functional>
 #include <map>
@@ -8,11 +10,6 @@
 #include "unitops/io/errors.hpp"
 
 namespace unitops {
-
-namespace embedded {
-extern const std::string_view kComponentsJson;
-extern const std::string_view kAgentsJson;
-}  // namespace embedded
 
 using json = nlohmann::ordered_json;
 

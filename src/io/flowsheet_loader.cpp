@@ -1,5 +1,7 @@
 #include "unitops/io/flowsheet_loader.hpp"
 
+#include "embedded.hpp"
+
 #include <cmath>
 #include <fstream>
 #include <list>
@@ -16,10 +18,6 @@
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
-
-namespace embedded {
-extern const std::string_view kExampleFlowsheet;
-}  // namespace embedded
 
 using json = nlohmann::ordered_json;
 
@@ -445,7 +443,7 @@ private:
         if (v.is_string()) {
             const std::string name = v.get<std::string>();
             for (const auto& op : roster::Operations()) {
-                if (name == op.className || (op.mapName && name == op.mapName)) return op.modelId;
+                if (name == op.className || name == op.isA || (op.mapName && name == op.mapName)) return op.modelId;
             }
         }
         Fail(at, "unknown operation model " + v.dump());
