@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace unitops {
 
@@ -89,6 +91,38 @@ void WriteMessages(std::FILE* f, const CTalDocEss& doc, const SimulationResult* 
     if (count == 0) std::fprintf(f, "No messages: every operation ended normally.\n");
 }
 
+namespace {
+
+// Columns that a UTF-8 text takes: one per character (bytes that continue a character do not count).
+std::size_t Columns(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+// Cells of the stream table: a text padded to its width when it fits, else a mark such as "[2]"
+// that the legend under the block spells out, so that no name is cut.
+class Cells {
+public:
+    std::string Fit(const std::string& text, std::size_t width, bool left) {
+        std::string shown = text;
+        if (Columns(text) > width) {
+            shown = "[" + std::to_string(legend_.size() + 1) + "]";
+            legend_.push_back(shown + " " + text);
+        }
+        const std::string pad(width - Columns(shown), ' ');
+        return left ? shown + pad : pad + shown;
+    }
+    void WriteLegend(std::FILE* f) {
+        for (const std::string& line : legend_) std::fprintf(f, "%s\n", line.c_str());
+        legend_.clear();
+    }
+
+private:
+    std::vector<std::string> legend_;
+};
+
+}  // namespace
+
 void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
     const bool perBatch = doc.IsBatchMode();
     const double factor = perBatch ? doc.PlantBatchTime() : 3600.0;
@@ -96,21 +130,22 @@ void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
     std::vector<const CTalStream*> streams;
     for (const auto& s : doc.Streams()) streams.push_back(s.get());
     Rule(f, "STREAM TABLE");
-    constexpr std::size_t kColumns = 6;
+    constexpr std::size_t kColumns = 6, kNameWidth = 26, kWidth = 14;
+    Cells cells;
     for (std::size_t first = 0; first < streams.size(); first += kColumns) {
         const std::size_t last = std::min(first + kColumns, streams.size());
         std::fprintf(f, "%-26s", (std::string("Stream (") + unit + ")").c_str());
-        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.14s", streams[k]->Name().c_str());
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %s", cells.Fit(streams[k]->Name(), kWidth, false).c_str());
         std::fprintf(f, "\n%-26s", "From / To");
         for (std::size_t k = first; k < last; ++k) {
             const CTalStream* s = streams[k];
             const std::string ends = (s->Source() ? s->Source()->Name() : std::string("feed")) + ">" +
                                      (s->Destination() ? s->Destination()->Name() : std::string("out"));
-            std::fprintf(f, " %14.14s", ends.c_str());
+            std::fprintf(f, " %s", cells.Fit(ends, kWidth, false).c_str());
         }
         std::fputc('\n', f);
         for (int i = 0; i < doc.NumberOfComponents(); ++i) {
-            std::fprintf(f, "%-26.26s", doc.Comps()->at(static_cast<std::size_t>(i))->name.c_str());
+            std::fprintf(f, "%s", cells.Fit(doc.Comps()->at(static_cast<std::size_t>(i))->name, kNameWidth, true).c_str());
             for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->ComponentFlow(i) * factor);
             std::fputc('\n', f);
         }
@@ -124,7 +159,9 @@ void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
         for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.3f", streams[k]->VolFlow() * factor * 1000.0);
         std::fprintf(f, "\n%-26s", "Vapour mass fraction");
         for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->TotalVaporMassFrac());
-        std::fprintf(f, "\n\n");
+        std::fputc('\n', f);
+        cells.WriteLegend(f);
+        std::fputc('\n', f);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -131,6 +132,22 @@ TEST(CommandLineHabits, AModelIsNamedByItsDescriptionToo) {
     EXPECT_EQ(r.exitCode, 0) << r.out;
     EXPECT_NE(r.out.find("Operation MIX-1 (2-Stream Mixing)"), std::string::npos) << r.out;
     std::filesystem::remove(file);
+}
+
+TEST(CommandLineHabits, ProceduresThatCannotBeBuiltAreMarked) {
+    const CliRun r = Unitops("models --json");
+    ASSERT_EQ(r.exitCode, 0);
+    const nlohmann::json j = nlohmann::json::parse(r.out);
+    std::map<std::string, bool> built;
+    for (const auto& p : j.at("procedures")) {
+        if (p.at("map_name").is_string()) built[p.at("map_name").get<std::string>()] = p.at("built").get<bool>();
+    }
+    EXPECT_TRUE(built.at("Mixing, Bulk Flow, 2-9 Stream"));
+    EXPECT_FALSE(built.at("Mixing, Custom"));  // its default operation is not built yet
+    const CliRun text = Unitops("models");
+    const std::size_t line = text.out.find("\"Mixing, Custom\"");
+    ASSERT_NE(line, std::string::npos);
+    EXPECT_NE(text.out.substr(line, text.out.find('\n', line) - line).find("[not built yet]"), std::string::npos);
 }
 
 }  // namespace
