@@ -1,9 +1,13 @@
 #include "unitops/io/reports.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
+
+#include "unitops/contract/members.hpp"
 
 namespace unitops {
 
@@ -54,6 +58,67 @@ void WriteOperationTimes(std::FILE* f, const CTalOperation& op) {
                  process.ToDisplay(op.ProcessTime()), process.name);
     if (op.Power() > 0.0) std::fprintf(f, ", power %.3f kW", op.Power() / 1000.0);
     std::fputc('\n', f);
+}
+
+// The SI unit in which a member is stored, for values shown without a display unit of their own.
+const char* SiUnit(Quantity q) {
+    switch (q) {
+        case Quantity::Time: return "s";
+        case Quantity::Mass: return "kg";
+        case Quantity::MassFlow: return "kg/s";
+        case Quantity::Volume: return "m3";
+        case Quantity::VolumeFlow: return "m3/s";
+        case Quantity::Temperature: return "K";
+        case Quantity::Pressure: return "Pa";
+        case Quantity::Power: return "W";
+        case Quantity::Energy: return "J";
+        case Quantity::Length: return "m";
+        case Quantity::Area: return "m2";
+        case Quantity::SpecificPower: return "W/(kg/s)";
+        case Quantity::Density:
+        case Quantity::Concentration: return "kg/m3";
+        case Quantity::Money: return "$";
+        case Quantity::MoleFlow: return "kmol/s";
+        case Quantity::HeatCapacity: return "J/(kg K)";
+        case Quantity::Diffusivity: return "m2/s";
+        default: return "";
+    }
+}
+
+// The physical inputs of an object with their units, in the units the model's own lines use, so
+// that every value above can be read with its unit.
+void WriteInputUnits(std::FILE* f, const CObject& obj);
+
+// An object's own description lines in display units, ended by a line break if the model left
+// none, then its values with units.
+template <class T>
+void WriteDescription(std::FILE* f, T& obj) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    if (std::FILE* buffer = open_memstream(&text, &size)) {
+        InDisplayUnits(obj, [&] { obj.WriteIDR_Description(buffer); });
+        std::fclose(buffer);
+        std::fputs(text, f);
+        if (size > 0 && text[size - 1] != '\n') std::fputc('\n', f);
+        std::free(text);
+    }
+    WriteInputUnits(f, obj);
+}
+
+void WriteInputUnits(std::FILE* f, const CObject& obj) {
+    std::string line;
+    for (const MemberRow& row : obj.MemberRows().All()) {
+        if (!row.input || row.type != MemberType::Real || row.quantity == Quantity::None ||
+            row.quantity == Quantity::Dimensionless) {
+            continue;
+        }
+        const DisplayUnit unit = row.DisplayFor(obj);
+        const char* name = unit.IsIdentity() && *unit.name == '\0' ? SiUnit(row.quantity) : unit.name;
+        char value[64];
+        std::snprintf(value, sizeof value, "%.6g", unit.ToDisplay(std::get<double>(row.get(obj))));
+        line += (line.empty() ? "" : "; ") + row.name + " = " + value + (*name ? " " : "") + name;
+    }
+    if (!line.empty()) std::fprintf(f, "Values with units: %s\n", line.c_str());
 }
 
 }  // namespace
@@ -173,14 +238,14 @@ void WriteInputDataReport(std::FILE* f, CTalDocEss& doc) {
                      p->IsFlowsheetInBatchMode() ? "batch plant" : "continuous plant");
         if (CTalEquipment* e = p->Equipment()) {
             std::fprintf(f, "Equipment %s (%s)\n", e->Name().c_str(), e->IsA().c_str());
-            InDisplayUnits(*e, [&] { e->WriteIDR_Description(f); });
+            WriteDescription(f, *e);
         }
         for (int i = 0; i < p->NumberOfOps(); ++i) {
             CTalOperation* op = p->GetOp(i);
             std::fprintf(f, "\nOperation %s (%s): %s\n", op->Name().c_str(), op->IsA().c_str(),
                          OperationDescription(*op).c_str());
             WriteOperationTimes(f, *op);
-            InDisplayUnits(*op, [&] { op->WriteIDR_Description(f); });
+            WriteDescription(f, *op);
         }
     }
 }

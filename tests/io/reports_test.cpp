@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/reports.hpp"
 
 namespace unitops {
@@ -41,6 +43,18 @@ TEST(StreamTable, NamesAreShownWholeOrInTheLegendNeverCut) {
         return std::count_if(s.begin(), s.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
     };
     EXPECT_EQ(columns(line("Stream (")), columns(line("Total")));
+}
+
+// Every physical input of the models is listed with its unit, in the units of the model's lines.
+TEST(InputDataReport, ShowsTheUnitOfEveryValue) {
+    auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_transfers.json");
+    Simulator(*doc).Run();
+    const std::string report = test::Capture([&](std::FILE* f) { WriteInputDataReport(f, *doc); });
+    EXPECT_NE(report.find("Max Volume\t\t\t\t\t  = 2000.00"), std::string::npos) << report;
+    EXPECT_NE(report.find("MaxVolume = 2000 L;"), std::string::npos) << report;
+    EXPECT_NE(report.find("MassFlowRate = 50 kg/min;"), std::string::npos) << report;
+    EXPECT_NE(report.find("DesignPressure = 1.5 atm;"), std::string::npos) << report;
+    EXPECT_NE(report.find("(lumped).\nValues with units: SetupTime = 20 min;"), std::string::npos) << report;
 }
 
 }  // namespace
