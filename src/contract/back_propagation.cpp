@@ -118,17 +118,17 @@ void BackPropagation::Apply(const OpenBid& bid) {
             bid.stream->SetMassFlow(bid.want);
             return;
         }
-        std::set<const CTalProcedure*> seen;
-        if (bid.stream->Destination()) seen.insert(bid.stream->Destination());
-        Scale(*bid.stream, bid.want / bid.stream->MassFlow(), seen);
+        std::vector<CTalProcedure*> changed;
+        ScaleTo(*bid.stream, bid.want, changed);
         return;
     }
     double scalable = 0.0;
     for (const CTalStream* s : bid.sources) scalable += ScalableFlow(*s);
     const double factor = (scalable + bid.deficit) / scalable;
     std::set<const CTalProcedure*> seen{bid.procedure};
+    std::vector<CTalProcedure*> changed;
     for (CTalStream* s : bid.sources) {
-        if (ScalableFlow(*s) > 0.0) Scale(*s, factor, seen);
+        if (ScalableFlow(*s) > 0.0) Scale(*s, &factor, seen, changed);
     }
 }
 
@@ -144,6 +144,28 @@ void BackPropagation::KeepFeeds() {
 
 void BackPropagation::UndoLastRaise() {
     for (auto& [feed, copy] : feedsBeforeRaise_) copy->CopyDataInto(*feed, 1);
+}
+
+bool BackPropagation::CanScale(CTalStream& s, std::vector<CTalProcedure*>& procedures, std::string& reason) const {
+    procedures.clear();
+    if (!(ScalableFlow(s) > 0.0)) {
+        reason = "its flow cannot be changed to the amount asked";
+        return false;
+    }
+    std::set<const CTalProcedure*> seen;
+    if (s.Destination()) seen.insert(s.Destination());
+    Scale(s, nullptr, seen, procedures);
+    return true;
+}
+
+void BackPropagation::ScaleTo(CTalStream& s, double kgPerS, std::vector<CTalProcedure*>& procedures) {
+    procedures.clear();
+    const double now = s.MassFlow();
+    if (!(now > 0.0)) return;
+    const double factor = kgPerS / now;
+    std::set<const CTalProcedure*> seen;
+    if (s.Destination()) seen.insert(s.Destination());
+    Scale(s, &factor, seen, procedures);
 }
 
 std::vector<CTalStream*> BackPropagation::Contributors(const CTalProcedure& p, int stateIndex) const {
@@ -181,25 +203,51 @@ double BackPropagation::ScalableFlow(const CTalStream& s) const {
 }
 
 // Scales a stream by scaling what makes it: a feed directly, a terminal operation by taking the
-// demand in, any other procedure by scaling all of its inputs in turn.
-void BackPropagation::Scale(CTalStream& s, double factor, std::set<const CTalProcedure*>& seen) {
+// demand in, any other procedure by scaling all of its inputs in turn. The procedures met are
+// listed after those upstream of them, in the order in which they must run again.
+void BackPropagation::Scale(CTalStream& s, const double* factor, std::set<const CTalProcedure*>& seen,
+                            std::vector<CTalProcedure*>& procedures) const {
     if (s.IsInput()) {
-        s.Multiply(factor);
+        if (factor) s.Multiply(*factor);
         return;
     }
     CTalOperation* sender = Sender(s);
     if (!sender) return;
+    CTalProcedure* source = s.Source();
     if (sender->IsBPGTerminal()) {
         // The new flow as an amount: a factor would act on the amount the operation was asked,
         // which may differ from what it moved (a pull out moves at least a small floor).
-        sender->AbsorbBPG(0.0, s.MassFlow() * factor, &s);
-        return;
+        if (factor) sender->AbsorbBPG(0.0, s.MassFlow() * *factor, &s);
+    } else {
+        if (!seen.insert(source).second) return;
+        for (int port = 0; port < source->NumberOfInPorts(); ++port) {
+            if (CTalStream* in = source->InStream(port)) Scale(*in, factor, seen, procedures);
+        }
     }
-    CTalProcedure* source = s.Source();
-    if (!seen.insert(source).second) return;
-    for (int port = 0; port < source->NumberOfInPorts(); ++port) {
-        if (CTalStream* in = source->InStream(port)) Scale(*in, factor, seen);
+    if (std::find(procedures.begin(), procedures.end(), source) == procedures.end()) procedures.push_back(source);
+}
+
+// ---------------------------------------------------------------- the stream's side
+
+bool CTalStream::CanBPG(bool collect, std::vector<CTalProcedure*>& procedures, std::string& reason) {
+    std::vector<CTalProcedure*> found;
+    bool can = IsInput();
+    if (!can && !doc_) reason = "the stream is not on a flowsheet";
+    if (!can && doc_) can = BackPropagation(*doc_, 0.0).CanScale(*this, found, reason);
+    if (collect) procedures = std::move(found);
+    return can;
+}
+
+bool CTalStream::StartBPG(std::vector<CTalProcedure*>& procedures) {
+    procedures.clear();
+    if (!hasBid_) return false;
+    if (IsInput()) {
+        SetMassFlow(bid_);
+        return true;
     }
+    if (!doc_) return false;
+    BackPropagation(*doc_, 0.0).ScaleTo(*this, bid_, procedures);
+    return true;
 }
 
 }  // namespace unitops

@@ -28,4 +28,18 @@ bool CTalPureComponent::IsVolatileAt(double T, double P) const {
     return phase == NormalPhase::Gas;
 }
 
+int FindComponentByName(const ComponentList& comps, std::string_view name) {
+    for (std::size_t i = 0; i < comps.size(); ++i) {
+        if (comps[i]->name == name) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+double CTalStockMixture::MassFrac(std::string_view component) const {
+    for (const auto& [ingredient, fraction] : ingredients) {
+        if (ingredient == component) return fraction;
+    }
+    return 0.0;
+}
+
 }  // namespace unitops

@@ -21,6 +21,11 @@ bool CTalEmissions::IsEmissionSet(int i) const {
     return i >= 0 && static_cast<std::size_t>(i) < fractions_.size() && fractions_[static_cast<std::size_t>(i)] >= 0.0;
 }
 
+void CTalEmissions::ReMapComponents(const ComponentList& oldComps, const ComponentList& newComps) {
+    if (fractions_.empty()) return;
+    fractions_ = MapByComponentName(oldComps, newComps, fractions_, -1.0);
+}
+
 void CTalEmissions::Serialize(CArchive& ar) {
     if (ar.IsStoring()) {
         ar.WriteWord(perform_);

@@ -144,6 +144,11 @@ int CTalEquipment::HasIdenticalRatingData(const CTalEquipment* other, int) const
     return other && other->TypeID() == TypeID() ? 1 : 0;
 }
 
+void CTalEquipment::UpdateForNewCompDef(const ComponentList& oldComps) {
+    const CTalDocEss* doc = Flowsheet();
+    if (m_DefaultContents && doc) m_DefaultContents->ReMapComponents(oldComps, doc->Comps());
+}
+
 // ---------------------------------------------------------------- non-virtual operations
 
 void CTalEquipment::SetOwner(CTalProcedure* p) {

@@ -1,5 +1,9 @@
 #include "unitops/contract/flowsheet.hpp"
 
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
 namespace unitops {
 
 CTalDocEss::CTalDocEss() = default;
@@ -9,6 +13,7 @@ CTalPureComponent& CTalDocEss::AddComponent(std::unique_ptr<CTalPureComponent> c
     c->Finish();
     components_.push_back(std::move(c));
     compList_.push_back(components_.back().get());
+    simModified_ = true;
     return *components_.back();
 }
 
@@ -32,6 +37,53 @@ std::string CTalDocEss::GetComponentLocalName(std::string_view databaseName) con
 const CTalPureComponent* CTalDocEss::ComponentDefPtr(std::string_view name) const {
     const int i = GetComponentIndex(name);
     return i < 0 ? nullptr : compList_[static_cast<std::size_t>(i)];
+}
+
+void CTalDocEss::UpdateComponentList(std::vector<std::unique_ptr<CTalPureComponent>> definitions) {
+    std::set<std::string> names;
+    for (const auto& c : definitions) {
+        if (!names.insert(c->name).second) throw std::invalid_argument("component '" + c->name + "' is listed twice");
+    }
+    // The old definitions live until everything has been re-mapped by their names.
+    const std::vector<std::unique_ptr<CTalPureComponent>> oldDefinitions = std::move(components_);
+    const ComponentList oldComps = compList_;
+    components_.clear();
+    compList_.clear();
+    for (auto& c : definitions) AddComponent(std::move(c));
+    for (auto& s : streams_) s->ReMapComponents(oldComps, &compList_);
+    for (auto& p : procedures_) p->UpdateForNewCompDef(oldComps);
+}
+
+const CTalStockMixture& CTalDocEss::AddStockMixture(CTalStockMixture mixture) {
+    simModified_ = true;
+    for (CTalStockMixture& m : mixtures_) {
+        if (m.name == mixture.name) return m = std::move(mixture);
+    }
+    mixtures_.push_back(std::move(mixture));
+    return mixtures_.back();
+}
+
+const CTalStockMixture* CTalDocEss::MixtureDefPtr(std::string_view name) const {
+    for (const CTalStockMixture& m : mixtures_) {
+        if (m.name == name) return &m;
+    }
+    return nullptr;
+}
+
+bool CTalDocEss::GetStockMixture(std::string_view name, std::vector<double>& massFractions) const {
+    const CTalStockMixture* m = MixtureDefPtr(name);
+    if (!m) return false;
+    massFractions.assign(compList_.size(), 0.0);
+    for (const auto& [component, fraction] : m->ingredients) {
+        const int i = GetComponentIndex(component);
+        if (i >= 0) massFractions[static_cast<std::size_t>(i)] = fraction;
+    }
+    return true;
+}
+
+double CTalDocEss::GetStockMixtureDensity(std::string_view name) const {
+    const CTalStockMixture* m = MixtureDefPtr(name);
+    return m ? m->density : 0.0;
 }
 
 CTalHeatTransferAgent& CTalDocEss::AddAgent(std::unique_ptr<CTalHeatTransferAgent> a) {
@@ -70,12 +122,14 @@ CTalHeatTransferAgent* CTalDocEss::GetDefaultCoolingAgent(std::string_view name)
 
 CTalStream& CTalDocEss::AddStream(std::unique_ptr<CTalStream> s) {
     s->SetDocument(this);
+    simModified_ = true;
     streams_.push_back(std::move(s));
     streamsByName_.emplace(streams_.back()->Name(), streams_.back().get());
     return *streams_.back();
 }
 
 CTalProcedure& CTalDocEss::AddProcedure(std::unique_ptr<CTalProcedure> p) {
+    simModified_ = true;
     procedures_.push_back(std::move(p));
     CTalProcedure* added = procedures_.back().get();
     proceduresByName_.emplace(added->Name(), added);
@@ -83,29 +137,86 @@ CTalProcedure& CTalDocEss::AddProcedure(std::unique_ptr<CTalProcedure> p) {
     return *added;
 }
 
-void CTalDocEss::RebuildNameIndexes() const {
+void CTalDocEss::RebuildIndexes() const {
     streamsByName_.clear();
     proceduresByName_.clear();
+    procedureIndex_.clear();
     for (const auto& s : streams_) streamsByName_.emplace(s->Name(), s.get());
-    for (const auto& p : procedures_) proceduresByName_.emplace(p->Name(), p.get());
-    namesChanged_ = false;
+    for (std::size_t i = 0; i < procedures_.size(); ++i) {
+        proceduresByName_.emplace(procedures_[i]->Name(), procedures_[i].get());
+        procedureIndex_.emplace(procedures_[i].get(), static_cast<int>(i));
+    }
+    indexesStale_ = false;
 }
 
 CTalStream* CTalDocEss::FindStream(std::string_view name) const {
-    if (namesChanged_) RebuildNameIndexes();
+    if (indexesStale_) RebuildIndexes();
     const auto it = streamsByName_.find(name);
     return it == streamsByName_.end() ? nullptr : it->second;
 }
 
 CTalProcedure* CTalDocEss::FindProcedure(std::string_view name) const {
-    if (namesChanged_) RebuildNameIndexes();
+    if (indexesStale_) RebuildIndexes();
     const auto it = proceduresByName_.find(name);
     return it == proceduresByName_.end() ? nullptr : it->second;
 }
 
 int CTalDocEss::GetProcedureIndex(const CTalProcedure* p) const {
+    if (indexesStale_) RebuildIndexes();
     const auto it = procedureIndex_.find(p);
     return it == procedureIndex_.end() ? -1 : it->second;
+}
+
+bool CTalDocEss::RemoveStream(CTalStream* s, CWnd* wnd) {
+    const auto it = std::find_if(streams_.begin(), streams_.end(), [s](const auto& own) { return own.get() == s; });
+    if (it == streams_.end()) return false;
+    bool allowed = true;
+    ForEachOperation([&](CTalOperation& op) { allowed = allowed && op.StreamWillBeRemoved(s, wnd); });
+    if (!allowed) return false;
+    for (const auto& p : procedures_) p->Disconnect(s);
+    const std::unique_ptr<CTalStream> removed = std::move(*it);
+    streams_.erase(it);
+    indexesStale_ = true;
+    simModified_ = true;
+    ForEachOperation([&](CTalOperation& op) { op.StreamHasBeenRemoved(removed.get()); });
+    return true;
+}
+
+bool CTalDocEss::RemoveOperation(CTalOperation* op, CWnd* wnd) {
+    CTalProcedure* p = op ? op->Owner() : nullptr;
+    if (!p || GetProcedureIndex(p) < 0) return false;
+    bool allowed = true;
+    ForEachOperation([&](CTalOperation& other) { allowed = allowed && other.OperationWillBeRemoved(op, wnd); });
+    if (!allowed) return false;
+    const std::unique_ptr<CTalOperation> removed = p->RemoveOperation(op);
+    simModified_ = true;
+    ForEachOperation([&](CTalOperation& other) { other.OperationHasBeenRemoved(removed.get()); });
+    return true;
+}
+
+// The streams at the removed procedure's ports stay on the flowsheet with that end open.
+bool CTalDocEss::RemoveProcedure(CTalProcedure* p, CWnd* wnd) {
+    const int index = GetProcedureIndex(p);
+    if (index < 0) return false;
+    bool allowed = true;
+    ForEachOperation([&](CTalOperation& op) {
+        allowed = allowed && op.ProcedureWillBeRemoved(p, wnd);
+        for (int i = 0; allowed && i < p->NumberOfOps(); ++i) allowed = op.OperationWillBeRemoved(p->GetOp(i), wnd);
+    });
+    if (!allowed) return false;
+    for (const auto& s : streams_) {
+        if (s->Source() == p) s->SetSource(nullptr, -1);
+        if (s->Destination() == p) s->SetDestination(nullptr, -1);
+    }
+    const std::unique_ptr<CTalProcedure> removed = std::move(procedures_[static_cast<std::size_t>(index)]);
+    procedures_.erase(procedures_.begin() + index);
+    indexesStale_ = true;
+    simModified_ = true;
+    ForEachOperation([&](CTalOperation& op) {
+        for (int i = 0; i < removed->NumberOfOps(); ++i) op.OperationHasBeenRemoved(removed->GetOp(i));
+        op.ProcedureHasBeenRemoved(removed.get());
+    });
+    return true;
 }
 
 }  // namespace unitops

@@ -3,6 +3,7 @@
 #include <cassert>
 
 #include "unitops/contract/archive.hpp"
+#include "unitops/contract/emissions.hpp"
 #include "unitops/contract/equipment.hpp"
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
@@ -128,8 +129,11 @@ std::string CTalOperation::MissingPortStream() const {
     for (int p = 0; p < NumberOfInStreams(); ++p) {
         if (IsInPortUsed(p, 0) && !InStream(p)) return "input port " + std::to_string(p + 1);
     }
+    // A vent without a stream is the operation's to report: it runs and warns that its emissions
+    // go nowhere.
+    const int vent = m_Owner ? m_Owner->VentPortID() : -1;
     for (int p = 0; p < NumberOfOutStreams(); ++p) {
-        if (IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
+        if (p != vent && IsOutPortUsed(p, 0) && !OutStream(p)) return "output port " + std::to_string(p + 1);
     }
     return {};
 }
@@ -141,10 +145,59 @@ void CTalOperation::PrepareForSimulation() {
     m_LastResult = -2;
 }
 
+void CTalOperation::GetInfoOnConsumables(int, double& area, double& quantity, double& frequency) const {
+    area = 0.0;
+    quantity = 0.0;
+    frequency = 0.0;
+}
+
 bool CTalOperation::IsInPortUsed(int, int) const { return false; }
 bool CTalOperation::IsOutPortUsed(int, int) const { return false; }
 int CTalOperation::CanSizeEquipment(const CTalEquipment*) const { return 1; }
+
+void CTalOperation::InitAuxHeatingAgent() {
+    const CTalDocEss* doc = Flowsheet();
+    m_AuxHeatingAgent = doc ? doc->GetDefaultHeatingAgent("Steam") : nullptr;
+}
+
+void CTalOperation::InitAuxCoolingAgent() {
+    const CTalDocEss* doc = Flowsheet();
+    m_AuxCoolingAgent = doc ? doc->GetDefaultCoolingAgent("Cooling Water") : nullptr;
+}
+
+void CTalOperation::CreateAgentPointersFromOldVersionNames() {
+    const CTalDocEss* doc = Flowsheet();
+    m_HxAgent = doc && !m_HxAgentName.empty() ? doc->FindAgent(m_HxAgentName) : nullptr;
+}
+
+void CTalOperation::CreateLaborNeedsForOldVersions() {
+    if (m_VersionNo > 0.0 && m_VersionNo < kLaborNeedsSinceVersion && m_LaborA == 0.0 && m_LaborB == 0.0) InitCostParams();
+}
+
 void CTalOperation::DoPostSimChores(int, int) {}
+
+// An operation whose duration the removed operation set keeps that duration as its own.
+void CTalOperation::OperationHasBeenRemoved(const CTalOperation* op) {
+    if (!op || op != m_MasterOperation) return;
+    m_ProcessTime = op->m_ProcessTime;
+    m_MasterOperation = nullptr;
+    if (m_ProcessTimeMode == 3) m_ProcessTimeMode = 1;
+}
+
+void CTalOperation::UpdateForNewCompDef(const ComponentList& oldComps) {
+    if (const ComponentList* comps = Comps()) ReMapOwnComponentData(oldComps, *comps);
+}
+
+void CTalOperation::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    ReMapOwnComponentData(oldComps, newComps);
+}
+
+void CTalOperation::ReMapOwnComponentData(const ComponentList& oldComps, const ComponentList& newComps) {
+    m_NumberOfComponents = static_cast<int>(newComps.size());
+    if (m_EmissionStream) m_EmissionStream->ReMapComponents(oldComps, &newComps);
+    if (CTalEmissions* emissions = EmissionsData()) emissions->ReMapComponents(oldComps, newComps);
+}
+
 void CTalOperation::UpdateForNewPlantBatchTime(double, double) {}
 
 std::unique_ptr<CTalOperation> CTalOperation::CreateCopy(CTalProcedure* owner, int flag) const {
@@ -201,7 +254,7 @@ void CTalOperation::GetCustomDescription(std::string& text) const { text = IsA()
 
 // ---------------------------------------------------------------- where am I
 
-CTalDocEss* CTalOperation::Flowsheet() const { return m_Owner ? m_Owner->Owner() : nullptr; }
+CTalDocEss* CTalOperation::Flowsheet() const { return m_Owner ? m_Owner->Owner() : m_Flowsheet; }
 CTalEquipment* CTalOperation::Equipment() const { return m_Owner ? m_Owner->Equipment() : nullptr; }
 
 std::string CTalOperation::NameAndType() const {
@@ -293,13 +346,12 @@ int CTalOperation::GetPrimaryBiomassIndex() const {
 
 void CTalOperation::ReInitCompVar(const ComponentList& oldComps, std::vector<double>& var, double value) const {
     const ComponentList* comps = Comps();
-    std::vector<double> fresh(comps ? comps->size() : 0, value);
-    for (std::size_t i = 0; i < fresh.size(); ++i) {
-        for (std::size_t j = 0; j < oldComps.size() && j < var.size(); ++j) {
-            if (oldComps[j]->name == (*comps)[i]->name) fresh[i] = var[j];
-        }
-    }
-    var = std::move(fresh);
+    ReInitCompVarFromOldFlowsheet(oldComps, comps ? *comps : ComponentList{}, var, value);
+}
+
+void CTalOperation::ReInitCompVarFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps,
+                                                  std::vector<double>& var, double value) {
+    var = MapByComponentName(oldComps, newComps, var, value);
 }
 
 bool CTalOperation::IsCompDataInRange(const std::vector<double>& a, double low, double high) const {

@@ -118,6 +118,31 @@ void CTalProcedure::SetStateInitiatingBPG(CTalStateStream* state, CTalOperation*
     stateBids_.push_back(std::move(bid));
 }
 
+void CTalProcedure::UpdateForNewCompDef(const ComponentList& oldComps) {
+    for (auto& s : states_) s->ReMapComponents(oldComps, doc_->Comps());
+    stateBids_.clear();
+    if (equipment_) equipment_->UpdateForNewCompDef(oldComps);
+    for (auto& op : ops_) op->UpdateForNewCompDef(oldComps);
+}
+
+std::unique_ptr<CTalOperation> CTalProcedure::RemoveOperation(const CTalOperation* op) {
+    const int i = GetOrderNo(op);
+    if (i < 0) return nullptr;
+    std::unique_ptr<CTalOperation> removed = std::move(ops_[static_cast<std::size_t>(i)]);
+    ops_.erase(ops_.begin() + i);
+    states_.erase(states_.begin() + i + 1);
+    return removed;
+}
+
+void CTalProcedure::Disconnect(const CTalStream* s) {
+    for (CTalStream*& port : in_) {
+        if (port == s) port = nullptr;
+    }
+    for (CTalStream*& port : out_) {
+        if (port == s) port = nullptr;
+    }
+}
+
 void CTalProcedure::BindComponents(const ComponentList* comps) {
     for (auto& s : states_) s->SetComponents(comps);
     for (auto& op : ops_) op->SetOwner(this);

@@ -171,17 +171,42 @@ bool Simulator::DefaultContentsChanged() {
     return changed;
 }
 
-// Sweeps until the back-propagation bids and the vessels' default contents settle. The results shown are always those of a whole
-// sweep with the feeds that it ran with: a run that stops without settling applies no bids after
-// its last sweep, and a raise that helped no demand is undone and the sweep before it run again.
+std::map<const CTalOperation*, double> Simulator::MasterDurations() const {
+    std::map<const CTalOperation*, double> durations;
+    for (const auto& p : doc_.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            const CTalOperation* op = p->GetOp(i);
+            const CTalOperation* master = op->MasterOperation();
+            if (op->IsDurationSetByMaster() && master) durations[master] = master->m_ProcessTime;
+        }
+    }
+    return durations;
+}
+
+bool Simulator::MasterDurationsChanged(std::map<const CTalOperation*, double>& seen) const {
+    bool changed = false;
+    for (auto& [master, duration] : seen) {
+        const double now = master->m_ProcessTime;
+        changed |= std::abs(now - duration) > options_.relativeTolerance * std::max(std::abs(now), std::abs(duration));
+        duration = now;
+    }
+    return changed;
+}
+
+// Sweeps until the back-propagation bids, the vessels' default contents and the masters'
+// durations settle. The results shown are always those of a whole sweep with the feeds that it
+// ran with: a run that stops without settling applies no bids after its last sweep, and a raise
+// that helped no demand is undone and the sweep before it run again.
 void Simulator::SweepUntilSettled(SimulationResult& result) {
     BackPropagation bpg(doc_, options_.relativeTolerance);
+    std::map<const CTalOperation*, double> masterDurations = MasterDurations();
     for (result.passes = 1;; ++result.passes) {
         RunPass(result.order, result.passes == 1);
         std::vector<std::string> problems;
         const BidOutcome outcome = bpg.ApplyBids(problems, result.passes < options_.maxPasses);
         const bool contentsChanged = outcome != BidOutcome::Futile && DefaultContentsChanged();
-        if (outcome == BidOutcome::Settled && !contentsChanged) {
+        const bool durationsChanged = outcome != BidOutcome::Futile && MasterDurationsChanged(masterDurations);
+        if (outcome == BidOutcome::Settled && !contentsChanged && !durationsChanged) {
             result.warnings = problems;
             return;
         }
@@ -195,7 +220,7 @@ void Simulator::SweepUntilSettled(SimulationResult& result) {
             return;
         }
         if (result.passes >= options_.maxPasses) {
-            result.errors.push_back("the sweeps (back-propagation, the vessels' default contents) did not settle in " +
+            result.errors.push_back("the sweeps (back-propagation, the vessels' default contents, masters' durations) did not settle in " +
                                     std::to_string(options_.maxPasses) + " sweeps; the results are those of the last sweep");
             result.warnings = problems;
             return;
@@ -232,6 +257,7 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
         }
     }
     result.completed = result.errors.empty();
+    if (result.completed) doc_.SetSimModified(false);
     return result;
 }
 

@@ -35,6 +35,24 @@ void CTalSModel::SetComponents(const ComponentList* comps) {
     }
 }
 
+void CTalSModel::ReMapComponents(const ComponentList& oldComps, const ComponentList* newComps) {
+    const std::vector<ComponentState> old = c_.size() == oldComps.size() ? c_ : std::vector<ComponentState>{};
+    SetComponents(newComps);
+    if (!newComps) return;
+    double remembered = 0.0;
+    for (std::size_t i = 0; i < c_.size(); ++i) {
+        const int j = FindComponentByName(oldComps, (*newComps)[i]->name);
+        if (j >= 0 && static_cast<std::size_t>(j) < old.size()) c_[i] = old[static_cast<std::size_t>(j)];
+        remembered += c_[i].memory;
+    }
+    // The remembered composition of the components left adds up to 1 again.
+    if (MassFlow() > 0.0) {
+        RememberComposition();
+    } else if (remembered > 0.0) {
+        for (ComponentState& st : c_) st.memory /= remembered;
+    }
+}
+
 int CTalSModel::GetComponentIndex(std::string_view name) const {
     if (!comps_) return -1;
     for (std::size_t i = 0; i < comps_->size(); ++i) {
@@ -804,6 +822,11 @@ bool CTalInputStream::IsIngredientPresent(std::string_view name, int) const {
 double CTalInputStream::IngredientDensity(std::string_view name) const {
     const int i = GetComponentIndex(name);
     return i < 0 ? 0.0 : GetPureComponent(i)->liqSolDensity;
+}
+
+void CTalInputStream::ReMapComponents(const ComponentList& oldComps, const ComponentList* newComps) {
+    CTalSModel::ReMapComponents(oldComps, newComps);
+    if (!definedFlows_.empty() && newComps) definedFlows_ = MapByComponentName(oldComps, *newComps, definedFlows_, 0.0);
 }
 
 void CTalInputStream::KeepAsDefinition() {

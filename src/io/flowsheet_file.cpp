@@ -21,6 +21,11 @@ namespace {
 // left could hold is refused before anything is allocated for it.
 constexpr std::size_t kMinComponentBytes = 4 * 1 + 2 + 21 * 8 + 2 + 4 * 8 + 2;
 constexpr std::size_t kMinAgentBytes = 1 + 2 + 3 * 8;
+constexpr std::size_t kMinMixtureBytes = 1 + 8 + 4;
+constexpr std::size_t kMinIngredientBytes = 1 + 8;
+
+//! Files from this version on keep the flowsheet's stock mixtures after its components.
+constexpr double kMixturesSinceVersion = 6.1;
 constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
 constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
 constexpr std::size_t kMinOperationBytes = 2;
@@ -124,6 +129,16 @@ void TransferComponent(CArchive& ar, CTalPureComponent& c) {
     TransferFlag(ar, c.isBiomass, "biomass flag");
 }
 
+void TransferMixture(CArchive& ar, CTalStockMixture& m) {
+    Transfer(ar, m.name);
+    Transfer(ar, m.density);
+    m.ingredients.resize(TransferCount(ar, m.ingredients.size(), kMinIngredientBytes, "ingredients"));
+    for (auto& [component, fraction] : m.ingredients) {
+        Transfer(ar, component);
+        Transfer(ar, fraction);
+    }
+}
+
 void TransferAgent(CArchive& ar, CTalHeatTransferAgent& a) {
     Transfer(ar, a.name);
     TransferFlag(ar, a.isHeating, "agent kind");
@@ -206,6 +221,7 @@ public:
             CTalPureComponent copy = c;
             TransferComponent(ar_, copy);
         });
+        if (version_ >= kMixturesSinceVersion) WriteMixtures();
         WriteList(doc_.Agents(), [&](const CTalHeatTransferAgent& a) {
             CTalHeatTransferAgent copy = a;
             TransferAgent(ar_, copy);
@@ -221,6 +237,14 @@ private:
     void WriteList(const List& list, Write&& write) {
         TransferCount(ar_, list.size(), 1, "records");
         for (const auto& item : list) write(*item);
+    }
+
+    void WriteMixtures() {
+        TransferCount(ar_, static_cast<std::size_t>(doc_.NumberOfMixtures()), 1, "records");
+        for (int i = 0; i < doc_.NumberOfMixtures(); ++i) {
+            CTalStockMixture copy = doc_.MixtureDef(i);
+            TransferMixture(ar_, copy);
+        }
     }
 
     void WriteSettings() {
@@ -319,6 +343,7 @@ public:
         doc_ = std::make_unique<CTalDocEss>();
         ReadSettings();
         ReadComponents();
+        if (ar_.VersionNo() >= kMixturesSinceVersion) ReadList(kMinMixtureBytes, "mixtures", [&] { ReadMixture(); });
         ReadAgents();
         ReadList(kMinStreamBytes, "streams", [&] { ReadStream(); });
         ReadList(kMinProcedureBytes, "procedures", [&] { ReadProcedure(); });
@@ -327,6 +352,7 @@ public:
         if (!ar_.AtEnd()) Fail(ar_.Position(), "unexpected data after the end of the flowsheet");
         ar_.ResolveReferences();
         FinishOpening();
+        doc_->SetSimModified(!(saved.run && saved.run->completed));
         saved.doc = std::move(doc_);
         return saved;
     }
@@ -387,6 +413,20 @@ private:
             doc_->AddComponent(std::move(c));
         }
         ar_.SetComponents(doc_->Comps());
+    }
+
+    void ReadMixture() {
+        const std::size_t at = ar_.Position();
+        CTalStockMixture m;
+        TransferMixture(ar_, m);
+        const std::string what = "mixture '" + m.name + "'";
+        if (doc_->MixtureDefPtr(m.name)) Fail(at, what + " is listed twice");
+        if (!(m.density > 0.0)) Fail(at, what + " has no positive density");
+        for (const auto& [component, fraction] : m.ingredients) {
+            if (doc_->GetComponentIndex(component) < 0) Fail(at, what + " holds the unknown component '" + component + "'");
+            if (!(fraction >= 0.0 && fraction <= 1.0)) Fail(at, what + " holds a mass fraction outside 0 to 1");
+        }
+        doc_->AddStockMixture(std::move(m));
     }
 
     void ReadAgents() {
@@ -607,8 +647,11 @@ private:
         for (const auto& p : doc_->Procedures()) {
             if (CTalEquipment* e = p->Equipment()) e->OnNotifyAfterDocOpening();
             for (int i = 0; i < p->NumberOfOps(); ++i) {
-                p->GetOp(i)->UpdatePortID();
-                p->GetOp(i)->OnNotifyAfterDocOpening();
+                CTalOperation& op = *p->GetOp(i);
+                op.UpdatePortID();
+                op.CreateAgentPointersFromOldVersionNames();
+                op.CreateLaborNeedsForOldVersions();
+                op.OnNotifyAfterDocOpening();
             }
         }
         for (const auto& [e, at] : costed_) {
@@ -634,12 +677,39 @@ std::vector<std::uint8_t> SaveFlowsheet(const CTalDocEss& doc, const SimulationR
     return Writer(doc, asVersion).Write(run);
 }
 
-SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {
+namespace {
+// The file's components in the order of `names`, which must name each of them once.
+void ReorderComponents(CTalDocEss& doc, const std::vector<std::string>& names, const std::string& origin) {
+    std::vector<std::unique_ptr<CTalPureComponent>> definitions;
+    for (const std::string& name : names) {
+        const CTalPureComponent* c = doc.ComponentDefPtr(name);
+        if (!c) throw InputError(origin, "component '" + name + "' is not in the saved flowsheet");
+        definitions.push_back(std::make_unique<CTalPureComponent>(*c));
+    }
+    if (definitions.size() != static_cast<std::size_t>(doc.NumberOfComponents())) {
+        throw InputError(origin, "the component order must name each of the saved flowsheet's " +
+                                     std::to_string(doc.NumberOfComponents()) + " components once");
+    }
+    const bool modified = doc.IsSimModified();
     try {
-        return Reader(bytes).Read();
+        doc.UpdateComponentList(std::move(definitions));
+    } catch (const std::invalid_argument& e) {
+        throw InputError(origin, e.what());
+    }
+    doc.SetSimModified(modified);  // the same data in another order: the results still hold
+}
+}  // namespace
+
+SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin,
+                                  const std::vector<std::string>& componentOrder) {
+    SavedFlowsheet saved;
+    try {
+        saved = Reader(bytes).Read();
     } catch (const ArchiveError& e) {
         throw InputError(origin, e.what());
     }
+    if (!componentOrder.empty()) ReorderComponents(*saved.doc, componentOrder, origin);
+    return saved;
 }
 
 std::unique_ptr<CTalDocEss> LoadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin) {

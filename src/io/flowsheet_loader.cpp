@@ -125,13 +125,15 @@ public:
         const json root = Parse(text);
         if (!root.is_object()) Fail("", "a flowsheet must be a JSON object");
         for (const auto& [key, value] : root.items()) {
-            static const std::set<std::string> kSections = {"flowsheet", "components", "agents", "streams", "procedures"};
+            static const std::set<std::string> kSections = {"flowsheet", "components", "mixtures", "agents", "streams",
+                                                            "procedures"};
             if (!kSections.count(key) && !IsNote(key)) Fail(key, "unknown section '" + key + "'");
         }
         doc_ = std::make_unique<CTalDocEss>();
         if (root.contains("flowsheet")) ReadFlowsheetSection(root["flowsheet"]);
         if (!root.contains("components")) Fail("components", "a flowsheet needs its list of components");
         ReadComponents(root["components"]);
+        if (root.contains("mixtures")) ReadMixtures(root["mixtures"]);
         ReadAgents(root.contains("agents") ? root["agents"] : json::array());
         if (root.contains("streams")) ReadStreams(root["streams"]);
         if (root.contains("procedures")) ReadProcedures(root["procedures"]);
@@ -249,6 +251,11 @@ private:
         }
     }
 
+    //! Mass fractions must add up to 1 (to within 0.1 %; they are then scaled to 1).
+    void CheckFractionSum(double sum, const std::string& at) const {
+        if (std::abs(sum - 1.0) > 1e-3) Fail(at, "the mass fractions add up to " + std::to_string(sum) + ", not 1");
+    }
+
     std::vector<double> ComponentArray(const json& v, const std::string& at) const {
         std::vector<double> a(static_cast<std::size_t>(doc_->NumberOfComponents()), 0.0);
         if (v.is_array()) {
@@ -336,6 +343,40 @@ private:
         }
     }
 
+    void ReadMixtures(const json& mixtures) {
+        if (!mixtures.is_object()) Fail("mixtures", "expected an object of mixtures by name");
+        for (const auto& [name, spec] : mixtures.items()) {
+            if (!IsNote(name)) doc_->AddStockMixture(ReadMixture(name, spec, Key("mixtures", name)));
+        }
+    }
+
+    CTalStockMixture ReadMixture(const std::string& name, const json& spec, const std::string& at) const {
+        if (!spec.is_object()) Fail(at, "expected an object");
+        if (doc_->GetComponentIndex(name) >= 0) Fail(at, "'" + name + "' is already the name of a component");
+        CTalStockMixture m;
+        m.name = name;
+        for (const auto& [key, value] : spec.items()) {
+            const std::string where = Key(at, key);
+            if (key == "density") {
+                m.density = Positive(value, Quantity::Density, where);
+            } else if (key == "composition") {
+                if (!value.is_object()) Fail(where, "expected the mass fraction of each component");
+                for (const auto& [comp, x] : value.items()) {
+                    if (doc_->GetComponentIndex(comp) < 0) Fail(Key(where, comp), "unknown component '" + comp + "' (not in the flowsheet's list)");
+                    m.ingredients.emplace_back(comp, NonNegative(x, Quantity::Fraction, Key(where, comp)));
+                }
+            } else if (!IsNote(key)) {
+                Fail(where, "unknown key '" + key + "' of a mixture");
+            }
+        }
+        if (m.density == 0.0) Fail(at, "a mixture needs its \"density\"");
+        double sum = 0.0;
+        for (const auto& ingredient : m.ingredients) sum += ingredient.second;
+        CheckFractionSum(sum, Key(at, "composition"));
+        for (auto& ingredient : m.ingredients) ingredient.second /= sum;
+        return m;
+    }
+
     void ReadAgents(const json& list) {
         for (const auto& a : PropertyDatabase::BuiltIn().Agents()) {
             doc_->AddAgent(std::make_unique<CTalHeatTransferAgent>(*a));
@@ -401,7 +442,7 @@ private:
         if (hasComposition) {
             double sum = 0.0;
             for (double x : fractions) sum += x;
-            if (std::abs(sum - 1.0) > 1e-3) Fail(Key(at, "composition"), "the mass fractions add up to " + std::to_string(sum) + ", not 1");
+            CheckFractionSum(sum, Key(at, "composition"));
             for (std::size_t i = 0; i < flows.size(); ++i) flows[i] = fractions[i] / sum;
         }
         for (std::size_t i = 0; i < flows.size(); ++i) feed->SetComponentFlow(static_cast<int>(i), flows[i]);

@@ -136,5 +136,56 @@ TEST(HostChecks, AMixerWithoutOutletIsNotAdequatelyConnected) {
     EXPECT_NE(r.errors[0].find("output port 1"), std::string::npos) << r.errors[0];
 }
 
+// A charge that calculates emissions into a vessel whose vent holds no stream runs, and warns
+// that its emissions were skipped.
+TEST(HostChecks, AMissingVentIsTheOperationsToReport) {
+    auto doc = LoadFlowsheet(R"json({
+      "flowsheet": {"name": "no vent", "mode": "batch"},
+      "components": ["Water", "Nitrogen", "Oxygen"],
+      "streams": {"WATER": {"flows": {"Water": "1000 kg/batch"}}},
+      "procedures": [{"name": "P-1", "type": "Storage, Batch, in a Blending Tank", "inputs": ["WATER"],
+        "operations": [{"model": "Charge", "PortStream": "WATER", "PerformEmissionCalcs": 1}]}]
+    })json",
+                             "novent.json");
+    const SimulationResult r = Simulator(*doc).Run();
+    ASSERT_TRUE(r.completed) << (r.errors.empty() ? "" : r.errors[0]);
+    const CTalOperation& charge = *doc->Procedures()[0]->GetOp(0);
+    ASSERT_EQ(charge.Messages().size(), 1u);
+    EXPECT_EQ(charge.Messages()[0].text.rfind("No vent stream attached to the procedure's vent port.", 0), 0u);
+    EXPECT_EQ(charge.LastResult(), 0);
+}
+
+// The transfer out of P-1 takes its duration from the transfer in of P-2, which is solved after
+// it: a further sweep gives it the master's duration of this run, not the one stored before.
+TEST(MasterDurations, AMasterSolvedLaterIsWaitedFor) {
+    auto doc = LoadFlowsheet(R"json({
+      "flowsheet": {"name": "late master", "mode": "batch", "PlantBatchTime": "8 h"},
+      "components": ["Water"],
+      "streams": {"WATER": {"flows": {"Water": "1000 kg/batch"}}},
+      "procedures": [
+        {"name": "P-1", "type": "Vessel Procedure (Generic)", "inputs": ["WATER"], "outputs": ["S-TR"],
+         "equipment": {"design": false, "Volume": "2000 L", "UsesDefaultContents": 0},
+         "operations": [{"model": "Charge", "PortStream": "WATER"},
+                        {"model": "Transfer Out", "name": "OUT", "PortStream": "S-TR", "TransferProcedure": "P-2",
+                         "TransferOutMode": 2, "MassOut": "400 kg", "ProcessTimeMode": 3,
+                         "MasterOperation": {"procedure": "P-2", "operation": "IN"}}]},
+        {"name": "P-2", "type": "Vessel Procedure (Generic)", "inputs": ["S-TR"],
+         "equipment": {"design": false, "Volume": "2000 L", "UsesDefaultContents": 0},
+         "operations": [{"model": "Transfer In", "name": "IN", "PortStream": "S-TR", "TransferProcedure": "P-1",
+                         "ProcessTimeMode": 2, "FlowBasis": 1, "MassFlowRate": "100 kg/min"}]}]
+    })json",
+                             "late.json");
+    const SimulationResult r = Simulator(*doc).Run();
+    ASSERT_TRUE(r.completed);
+    EXPECT_EQ(r.passes, 2);
+    const CTalOperation& out = *doc->FindProcedure("P-1")->GetOp(1);
+    EXPECT_NEAR(out.m_ProcessTime, 240.0, 1e-9);
+    EXPECT_NEAR(std::get<double>(out.MemberRows().Find("MassFlowRate")->get(out)), 400.0 / 240.0, 1e-12);
+    // Solved again, the stored duration is already the master's: nothing is stale.
+    const SimulationResult again = Simulator(*doc).Run();
+    EXPECT_EQ(again.passes, 1);
+    EXPECT_NEAR(std::get<double>(out.MemberRows().Find("MassFlowRate")->get(out)), 400.0 / 240.0, 1e-12);
+}
+
 }  // namespace
 }  // namespace unitops

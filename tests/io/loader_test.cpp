@@ -124,6 +124,37 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"Truncated", std::string(kMinimal).substr(0, 120), "test.json:"}),
     [](const ::testing::TestParamInfo<BadInput>& p) { return std::string(p.param.name); });
 
+TEST(FlowsheetLoader, StockMixturesByNameWithFractionsAndDensity) {
+    auto doc = LoadFlowsheet(Edited(R"("components": ["Water", "Ethanol"],)",
+                                    R"("components": ["Water", "Ethanol"],
+                                       "mixtures": {"Spirit": {"composition": {"Ethanol": "40 %", "Water": 0.6},
+                                                               "density": "0.95 kg/L"}},)"),
+                             "test.json");
+    std::vector<double> x;
+    ASSERT_TRUE(doc->GetStockMixture("Spirit", x));
+    EXPECT_NEAR(x[0], 0.6, 1e-15);
+    EXPECT_NEAR(x[1], 0.4, 1e-15);
+    EXPECT_NEAR(doc->GetStockMixtureDensity("Spirit"), 950.0, 1e-9);
+}
+
+TEST(FlowsheetLoader, StockMixtureErrorsNameTheirPlace) {
+    auto mixture = [](const std::string& spec) {
+        return LoadError(Edited(R"("components": ["Water", "Ethanol"],)",
+                                R"("components": ["Water", "Ethanol"], "mixtures": {"M": )" + spec + "},"));
+    };
+    EXPECT_NE(mixture(R"({"composition": {"Salt": 1}, "density": 1000})").find("mixtures.M.composition.Salt: unknown component 'Salt'"),
+              std::string::npos);
+    EXPECT_NE(mixture(R"({"composition": {"Water": 1}})").find("mixtures.M: a mixture needs its \"density\""), std::string::npos);
+    EXPECT_NE(mixture(R"({"composition": {"Water": 0.5}, "density": 1000})").find("mixtures.M.composition: the mass fractions add up to 0.5"),
+              std::string::npos);
+    EXPECT_NE(mixture(R"({"composition": {"Water": 1}, "density": 1000, "colour": "red"})").find("unknown key 'colour'"),
+              std::string::npos);
+    EXPECT_NE(LoadError(Edited(R"("components": ["Water", "Ethanol"],)",
+                               R"("components": ["Water", "Ethanol"], "mixtures": {"Water": {"composition": {"Water": 1}, "density": 1000}},)"))
+                  .find("already the name of a component"),
+              std::string::npos);
+}
+
 }  // namespace
 }  // namespace unitops
 

@@ -154,6 +154,12 @@ void ExpectSameFlowsheet(const CTalDocEss& e, const CTalDocEss& a) {
     for (std::size_t i = 0; i < e.Comps()->size(); ++i) {
         EXPECT_TRUE(Fields(*a.Comps()->at(i)) == Fields(*e.Comps()->at(i))) << "component " << e.Comps()->at(i)->name;
     }
+    ASSERT_EQ(a.NumberOfMixtures(), e.NumberOfMixtures());
+    for (int i = 0; i < e.NumberOfMixtures(); ++i) {
+        EXPECT_EQ(a.MixtureDef(i).name, e.MixtureDef(i).name);
+        EXPECT_EQ(a.MixtureDef(i).density, e.MixtureDef(i).density) << "mixture " << e.MixtureDef(i).name;
+        EXPECT_EQ(a.MixtureDef(i).ingredients, e.MixtureDef(i).ingredients) << "mixture " << e.MixtureDef(i).name;
+    }
     ASSERT_EQ(a.Agents().size(), e.Agents().size());
     for (std::size_t i = 0; i < e.Agents().size(); ++i) {
         EXPECT_TRUE(Fields(*a.Agents()[i]) == Fields(*e.Agents()[i])) << "agent " << e.Agents()[i]->name;

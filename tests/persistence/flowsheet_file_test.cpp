@@ -253,11 +253,31 @@ TEST(SavedFlowsheetHeader, StartsWithTheMagicTextAndTheVersion) {
     ASSERT_GT(bytes.size(), 1 + magic.size() + 8);
     EXPECT_EQ(bytes[0], magic.size());
     EXPECT_EQ(std::string(bytes.begin() + 1, bytes.begin() + 1 + static_cast<long>(magic.size())), magic);
-    const std::vector<std::uint8_t> six = {0, 0, 0, 0, 0, 0, 0x18, 0x40};  // 6.0 as a little-endian double
-    EXPECT_TRUE(std::equal(six.begin(), six.end(), bytes.begin() + 1 + static_cast<long>(magic.size())));
+    const std::vector<std::uint8_t> version = {0x66, 0x66, 0x66, 0x66, 0x66, 0x66, 0x18, 0x40};  // 6.1, little-endian
+    EXPECT_TRUE(std::equal(version.begin(), version.end(), bytes.begin() + 1 + static_cast<long>(magic.size())));
     EXPECT_FALSE(IsSavedFlowsheet(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 5)));
     const std::string json(ExampleFlowsheetText());
     EXPECT_FALSE(IsSavedFlowsheet(std::vector<std::uint8_t>(json.begin(), json.end())));
+}
+
+TEST(SavedMixtures, StockMixturesAreKeptFromVersion6_1) {
+    auto doc = LoadExampleFlowsheet();
+    doc->AddStockMixture(CTalStockMixture{"Spirit", {{"Ethanol", 0.4}, {"Water", 0.6}}, 950.0});
+    doc->AddStockMixture(CTalStockMixture{"Pure", {{"Water", 1.0}}, 997.0});
+    test::ExpectSameFlowsheet(*doc, *LoadSavedFlowsheet(SaveFlowsheet(*doc), "mixtures.uof"));
+    EXPECT_EQ(LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.0), "old.uof")->NumberOfMixtures(), 0);
+}
+
+TEST(SavedMixtures, AMixtureOfAnUnknownComponentIsRefused) {
+    auto doc = LoadExampleFlowsheet();
+    doc->AddStockMixture(CTalStockMixture{"Odd", {{"Unobtainium", 1.0}}, 950.0});
+    try {
+        LoadSavedFlowsheet(SaveFlowsheet(*doc), "odd.uof");
+        FAIL() << "the mixture was read";
+    } catch (const InputError& e) {
+        EXPECT_NE(std::string(e.what()).find("mixture 'Odd' holds the unknown component 'Unobtainium'"), std::string::npos)
+            << e.what();
+    }
 }
 
 }  // namespace

@@ -31,6 +31,11 @@ public:
     BidOutcome ApplyBids(std::vector<std::string>& problems, bool apply = true);
     //! Puts the feeds back as they were before the last bids were applied.
     void UndoLastRaise();
+    //! Can the flow of `s` be changed by scaling what makes it upstream. `procedures` gets the
+    //! procedures whose outputs the scale-up changes, upstream first; `reason` says why not.
+    bool CanScale(CTalStream& s, std::vector<CTalProcedure*>& procedures, std::string& reason) const;
+    //! Scales what makes `s` upstream so that it carries `kgPerS` once `procedures` run again.
+    void ScaleTo(CTalStream& s, double kgPerS, std::vector<CTalProcedure*>& procedures);
 
 private:
     //! A bid of this sweep that scaling upstream can act on.
@@ -58,7 +63,10 @@ private:
     CTalOperation* Sender(const CTalStream& s) const;
     //! The part of the stream's flow that scaling upstream can change.
     double ScalableFlow(const CTalStream& s) const;
-    void Scale(CTalStream& s, double factor, std::set<const CTalProcedure*>& seen);
+    //! Walks from `s` up to what makes it, collecting in `procedures` those whose outputs change;
+    //! with a factor, the feeds and terminal operations met are scaled by it.
+    void Scale(CTalStream& s, const double* factor, std::set<const CTalProcedure*>& seen,
+               std::vector<CTalProcedure*>& procedures) const;
 
     CTalDocEss& doc_;
     double tolerance_;

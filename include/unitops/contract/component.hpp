@@ -4,6 +4,8 @@
 
 #include <array>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace unitops {
@@ -99,6 +101,34 @@ private:
 
 //! The component list of a flowsheet, in order; streams hold one flow per entry.
 using ComponentList = std::vector<const CTalPureComponent*>;
+
+//! Position of the component named `name` in `comps`; -1 if absent.
+int FindComponentByName(const ComponentList& comps, std::string_view name);
+
+//! An array per component of `from` re-ordered for `to`, entry by component name; components
+//! of `to` that `from` lacks take `fill`. Entries past the end of `values` count as absent.
+template <class V>
+std::vector<V> MapByComponentName(const ComponentList& from, const ComponentList& to, const std::vector<V>& values,
+                                  const V& fill) {
+    std::vector<V> mapped(to.size(), fill);
+    for (std::size_t i = 0; i < to.size(); ++i) {
+        const int j = FindComponentByName(from, to[i]->name);
+        if (j >= 0 && static_cast<std::size_t>(j) < values.size()) mapped[i] = values[static_cast<std::size_t>(j)];
+    }
+    return mapped;
+}
+
+//! A named mixture of components that feeds and operations refer to as one ingredient.
+class CTalStockMixture {
+public:
+    std::string name;
+    std::vector<std::pair<std::string, double>> ingredients;  //!< component name and mass fraction
+    double density = 0.0;                                      //!< kg/m3
+
+    const std::string& Name() const { return name; }
+    //! Mass fraction of the component `component`; 0 if the mixture does not hold it.
+    double MassFrac(std::string_view component) const;
+};
 
 //! A utility that heats or cools: steam, cooling water and the like.
 class CTalHeatTransferAgent {

@@ -25,6 +25,8 @@ public:
     double EmissionFrac(int i) const;
     bool IsEmissionSet(int i) const;
     bool IsEmitted(int i) const { return EmissionFrac(i) > 0.0; }
+    //! The fractions set for `oldComps` follow their components by name into `newComps`.
+    void ReMapComponents(const ComponentList& oldComps, const ComponentList& newComps);
 
     virtual void Serialize(CArchive& ar);
 

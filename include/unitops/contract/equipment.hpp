@@ -82,6 +82,8 @@ public:
     virtual int IsReadyForSimulation(CWnd*) { return 1; }
     virtual void OnNotifyAfterDocOpening() {}
     virtual void SetFlowsheet(CTalDocEss*) {}
+    //! The component list changed from `oldComps`: the default contents follow their components by name.
+    virtual void UpdateForNewCompDef(const ComponentList& oldComps);
     //! A new item of the same class with the same data, owned by `owner` or this item's owner.
     virtual std::unique_ptr<CTalEquipment> CreateCopy(CTalProcedure* owner, int flag) const;
     virtual void CopyDataInto(CTalEquipment* target, int flag) const;

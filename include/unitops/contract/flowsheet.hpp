@@ -14,6 +14,8 @@
 
 namespace unitops {
 
+class CWnd;
+
 class CTalDocEss {
 public:
     CTalDocEss();
@@ -25,11 +27,21 @@ public:
     double costYear = 0.0;  //!< year to which purchase costs are escalated; 0 keeps each law's own year
     QuestionPolicy questionPolicy = QuestionPolicy::NoChange;
 
+    //! True when data changed since the last completed simulation (or none ran yet).
+    bool IsSimModified() const { return simModified_; }
+    void SetSimModified(bool modified) { simModified_ = modified; }
+
     // Plant mode
     bool IsBatchMode() const { return batchMode_; }
-    void SetBatchMode(bool b) { batchMode_ = b; }
+    void SetBatchMode(bool b) {
+        batchMode_ = b;
+        simModified_ = true;
+    }
     double PlantBatchTime() const { return plantBatchTime_; }
-    void SetPlantBatchTime(double s) { plantBatchTime_ = s; }
+    void SetPlantBatchTime(double s) {
+        plantBatchTime_ = s;
+        simModified_ = true;
+    }
     //! Lets the user stop a long run; this host runs to the end.
     static bool AbortThreadExecution() { return false; }
 
@@ -41,6 +53,20 @@ public:
     //! Name in this flowsheet of the component made from a database entry (or so named); "" if none.
     std::string GetComponentLocalName(std::string_view databaseName) const;
     const CTalPureComponent* ComponentDefPtr(std::string_view name) const;
+    //! Replaces the component list by `definitions` (components added, removed, reordered or
+    //! redefined). Every stream, feed definition, procedure state, default contents and operation
+    //! keeps each component's data by name; components new to the list start empty.
+    void UpdateComponentList(std::vector<std::unique_ptr<CTalPureComponent>> definitions);
+
+    // Stock mixtures: named mixtures of the flowsheet's components
+    const CTalStockMixture& AddStockMixture(CTalStockMixture mixture);
+    int NumberOfMixtures() const { return static_cast<int>(mixtures_.size()); }
+    const CTalStockMixture& MixtureDef(int i) const { return mixtures_[static_cast<std::size_t>(i)]; }
+    const CTalStockMixture* MixtureDefPtr(std::string_view name) const;
+    //! Mass fractions of the mixture per component of the flowsheet; false if there is no such mixture.
+    bool GetStockMixture(std::string_view name, std::vector<double>& massFractions) const;
+    //! Density of the mixture, kg/m3; 0 if there is no such mixture.
+    double GetStockMixtureDensity(std::string_view name) const;
 
     // Agents
     CTalHeatTransferAgent& AddAgent(std::unique_ptr<CTalHeatTransferAgent> a);
@@ -58,8 +84,14 @@ public:
     const std::vector<std::unique_ptr<CTalStream>>& Streams() const { return streams_; }
     const std::vector<std::unique_ptr<CTalProcedure>>& Procedures() const { return procedures_; }
     int GetProcedureIndex(const CTalProcedure* p) const;
-    //! A stream or procedure of this flowsheet was renamed: the look-up by name is rebuilt.
-    void NamesChanged() { namesChanged_ = true; }
+    //! A stream or procedure of this flowsheet was renamed: the look-ups are rebuilt.
+    void NamesChanged() { indexesStale_ = true; }
+
+    // Removal: every operation may veto (…WillBeRemoved answers 0, and nothing changes); once the
+    // object is gone, every operation is told so that it drops its references. `wnd` null is silent.
+    bool RemoveStream(CTalStream* s, CWnd* wnd = nullptr);
+    bool RemoveOperation(CTalOperation* op, CWnd* wnd = nullptr);
+    bool RemoveProcedure(CTalProcedure* p, CWnd* wnd = nullptr);
 
 private:
     //! Hashes texts and views alike, so that a look-up by view makes no string.
@@ -69,20 +101,31 @@ private:
     };
     template <class T>
     using NameIndex = std::unordered_map<std::string, T*, NameHash, std::equal_to<>>;
-    void RebuildNameIndexes() const;
+    void RebuildIndexes() const;
 
+    //! Calls `f` on every operation of every procedure.
+    template <class F>
+    void ForEachOperation(F&& f) const {
+        for (const auto& p : procedures_) {
+            for (int i = 0; i < p->NumberOfOps(); ++i) f(*p->GetOp(i));
+        }
+    }
+
+    bool simModified_ = true;
     bool batchMode_ = false;
     double plantBatchTime_ = 86400.0;
     std::vector<std::unique_ptr<CTalPureComponent>> components_;
     ComponentList compList_;
     std::vector<std::unique_ptr<CTalHeatTransferAgent>> agents_;
+    std::vector<CTalStockMixture> mixtures_;
     std::vector<std::unique_ptr<CTalStream>> streams_;
     std::vector<std::unique_ptr<CTalProcedure>> procedures_;
-    // Look-ups by name (the first of a name wins, as in the lists) and by address.
+    // Look-ups by name (the first of a name wins, as in the lists) and by address; rebuilt after a
+    // rename or a removal.
     mutable NameIndex<CTalStream> streamsByName_;
     mutable NameIndex<CTalProcedure> proceduresByName_;
-    mutable bool namesChanged_ = false;
-    std::unordered_map<const CTalProcedure*, int> procedureIndex_;
+    mutable std::unordered_map<const CTalProcedure*, int> procedureIndex_;
+    mutable bool indexesStale_ = false;
 };
 
 }  // namespace unitops

@@ -20,8 +20,12 @@ class CTalEquipment;
 class CTalEmissions;
 class CTalDiscreteEntity;
 class CTalHeatTransferAgent;
+class CTalIPCleaningSkid;
 class CTalPureComponent;
 class CWnd;  // a window; null means "silent"
+
+//! Files from this version on hold the labour needs of every operation.
+inline constexpr double kLaborNeedsSinceVersion = 4.0;
 
 class CTalOperation : public CObject {
     TAL_DECLARE_CLASS(CTalOperation)
@@ -45,6 +49,8 @@ public:
 
     // ---- Virtual operations, in the host's order ----
     void Serialize(CArchive& ar) override;
+    virtual CTalIPCleaningSkid* Skid() const { return nullptr; }
+    virtual void SetSkid(CTalIPCleaningSkid*) {}
     virtual CTalEmissions* EmissionsData() { return nullptr; }
     virtual CTalDiscreteEntity* Entity() const { return nullptr; }
     virtual void SetOwner(CTalProcedure* owner);
@@ -54,6 +60,8 @@ public:
     virtual int IsAdequatelyConnectedForSimulation(CWnd* wnd);
     virtual int IsReadyForSimulation(CWnd* wnd);
     virtual void PrepareForSimulation();
+    //! Area, quantity and replacement frequency of a consumable (filter cloth, bag) per run; none here.
+    virtual void GetInfoOnConsumables(int type, double& area, double& quantity, double& frequency) const;
     virtual bool IsInPortUsed(int port, int flag) const;
     virtual bool IsOutPortUsed(int port, int flag) const;
     virtual bool CarriesInBatchMaterialIn() const { return false; }
@@ -65,9 +73,30 @@ public:
     virtual int CanSizeEquipment(const CTalEquipment* equipment) const;
     virtual double MaxWorkingToVesselVol() const { return 0.0; }
     virtual void SetMaxWorkingToVesselVol(double) {}
+    //! The default agents of auxiliary heating ("Steam") and cooling ("Cooling Water").
+    virtual void InitAuxHeatingAgent();
+    virtual void InitAuxCoolingAgent();
     virtual void InitHxAgent() {}
+    //! Finds the agents again by the names stored with the operation (after a load or a change of agents).
+    virtual void CreateAgentPointersFromOldVersionNames();
+    //! An operation read from a file older than kLaborNeedsSinceVersion, which kept no labour
+    //! needs, takes its class's defaults.
+    virtual void CreateLaborNeedsForOldVersions();
     virtual void DoPostSimChores(int flag, int = 0);
-    virtual int ProcedureHasBeenRemoved(CTalProcedure*) { return 1; }
+    // Removal of an object of the flowsheet: the first three may veto it by answering 0; the
+    // others let the operation drop its references to the removed object.
+    virtual int StreamWillBeRemoved(const CTalStream*, CWnd*) { return 1; }
+    virtual int OperationWillBeRemoved(const CTalOperation*, CWnd*) { return 1; }
+    virtual int ProcedureWillBeRemoved(const CTalProcedure*, CWnd*) { return 1; }
+    virtual void StreamHasBeenRemoved(const CTalStream*) {}
+    virtual void OperationHasBeenRemoved(const CTalOperation* op);
+    virtual void ProcedureHasBeenRemoved(const CTalProcedure*) {}
+    //! The flowsheet's component list changed from `oldComps` to the present one: every array per
+    //! component follows its component by name (new components take the array's default).
+    virtual void UpdateForNewCompDef(const ComponentList& oldComps);
+    //! The same for an operation brought from a flowsheet with `oldComps` into one with `newComps`.
+    virtual void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps);
+    virtual void SetFlowsheet(CTalDocEss* doc) { m_Flowsheet = doc; }
     virtual void UpdateForNewPlantBatchTime(double oldTime, double newTime);
     virtual void OnNotifyAfterDocOpening() {}
     virtual std::string IsA() const { return "Operation"; }
@@ -153,7 +182,7 @@ public:
     int NumberOfOutStreams() const;
     int NumberOfInPortsUsed() const;
     //! The first port that this operation uses (`IsInPortUsed`, `IsOutPortUsed`) but that holds
-    //! no stream, as "input port 2"; empty when all hold one.
+    //! no stream, as "input port 2"; empty when all hold one. The vent port is not asked.
     std::string MissingPortStream() const;
     int InPortsAvailable() const { return NumberOfInStreams(); }
     int OutPortsAvailable() const { return NumberOfOutStreams(); }
@@ -173,6 +202,9 @@ public:
     static void InitArrayVar(std::vector<V>& var, int n, const V& value) { var.assign(static_cast<std::size_t>(n), value); }
     //! Rebuilds a per-component array after the component list changed, matching by name.
     void ReInitCompVar(const ComponentList& oldComps, std::vector<double>& var, double value) const;
+    //! The same from the list `oldComps` to `newComps`; entries of components not in `oldComps` take `value`.
+    static void ReInitCompVarFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps,
+                                              std::vector<double>& var, double value);
     bool IsCompDataInRange(const std::vector<double>& a, double low, double high) const;
     static bool IsArrayDataInRange(const double* a, int n, double low, double high);
 
@@ -206,6 +238,8 @@ public:
     double CapacityUtilF() const { return m_CapacityUtilF; }
     CTalHeatTransferAgent* HxAgent() const { return m_HxAgent; }
     void SetHxAgent(CTalHeatTransferAgent* a);
+    CTalHeatTransferAgent* AuxHeatingAgent() const { return m_AuxHeatingAgent; }
+    CTalHeatTransferAgent* AuxCoolingAgent() const { return m_AuxCoolingAgent; }
     void InitLabor(double a, double b, int unitsA, int unitsB);
     double LaborNeed(int which) const { return which == 0 ? m_LaborA : m_LaborB; }
     CTalEmissionStream* EmissionStream() const { return m_EmissionStream.get(); }
@@ -223,6 +257,10 @@ protected:
     static bool InGroup(int group, int g) { return group == 0 || group == g; }
     //! Writes this class's own persisted rows in table order (reading absent ones as their defaults).
     void SerializeOwnMembers(CArchive& ar, const MemberTable& table);
+
+private:
+    //! The base's own data per component: the count, the emission stream and the emission fractions.
+    void ReMapOwnComponentData(const ComponentList& oldComps, const ComponentList& newComps);
 
 public:
     // ---- Members, as the models read and write them ----
@@ -244,6 +282,8 @@ public:
     std::string m_HxAgentName;
     int m_HxAgentUse = 4;
     CTalHeatTransferAgent* m_HxAgent = nullptr;
+    CTalHeatTransferAgent* m_AuxHeatingAgent = nullptr;
+    CTalHeatTransferAgent* m_AuxCoolingAgent = nullptr;
     double m_AgentRate = 0.0;
     double m_CapacityUtilF = 0.0;
     int m_IsContinuousModel = 0;
@@ -251,6 +291,7 @@ public:
 
 protected:
     CTalProcedure* m_Owner = nullptr;
+    CTalDocEss* m_Flowsheet = nullptr;  // the document of an operation outside a procedure
     std::string m_Name;
     int m_Emits = 0;
     int m_IsInitializedByUser = 0;

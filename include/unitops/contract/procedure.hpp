@@ -139,6 +139,13 @@ public:
 
     //! Called when the component list of the flowsheet is set: sizes every state.
     void BindComponents(const ComponentList* comps);
+    //! The flowsheet's component list changed from `oldComps`: the states, the equipment and every
+    //! operation follow their components by name.
+    void UpdateForNewCompDef(const ComponentList& oldComps);
+    //! Takes the operation out of the procedure with the state after it; the caller gets it.
+    std::unique_ptr<CTalOperation> RemoveOperation(const CTalOperation* op);
+    //! Disconnects the stream from every port of this procedure.
+    void Disconnect(const CTalStream* s);
 
 private:
     CTalDocEss* doc_;

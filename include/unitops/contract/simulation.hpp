@@ -2,6 +2,7 @@
 // The host's simulation loop: orders the procedures by their streams, runs passes of all
 // operations over the chain of states, and carries back-propagation bids between passes.
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,11 @@ private:
     void SizeByDefault(CTalProcedure& p);
     //! Recomputes the default contents from the sizes the last sweep designed; true if they changed.
     bool DefaultContentsChanged();
+    //! The durations of the operations that set another's (`ProcessTimeMode` 3), by master.
+    std::map<const CTalOperation*, double> MasterDurations() const;
+    //! True if a master's duration changed since `seen`, which is brought up to date: an operation
+    //! solved before its master then read a stale duration and needs another sweep.
+    bool MasterDurationsChanged(std::map<const CTalOperation*, double>& seen) const;
 
     CTalDocEss& doc_;
     SimulationOptions options_;

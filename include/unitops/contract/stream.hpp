@@ -35,6 +35,9 @@ public:
 
     //! Binds the state to a component list; all flows become zero.
     void SetComponents(const ComponentList* comps);
+    //! Binds the state, which holds `oldComps`, to `newComps`: each component keeps its flow and
+    //! fractions by name; new components start empty, removed ones leave the state.
+    virtual void ReMapComponents(const ComponentList& oldComps, const ComponentList* newComps);
     const ComponentList* Comps() const { return comps_; }
     int NumberOfComponents() const { return static_cast<int>(c_.size()); }
     int GetComponentIndex(std::string_view name) const;
@@ -226,6 +229,13 @@ public:
     double BPGFlowBid() const { return bid_; }
     const CTalOperation* BPGBidder() const { return bidder_; }
     void ResetBPGParameters();
+    //! Can back-propagation bring this stream to its bid by scaling what makes it upstream. With
+    //! `collect`, `procedures` gets the procedures that must run again afterwards, upstream first;
+    //! `reason` says why it cannot.
+    bool CanBPG(bool collect, std::vector<CTalProcedure*>& procedures, std::string& reason);
+    //! Scales what makes this stream upstream so that it carries its bid once `procedures` (filled
+    //! as by CanBPG) run again; false without a bid.
+    bool StartBPG(std::vector<CTalProcedure*>& procedures);
 
 private:
     std::string name_;
@@ -252,6 +262,7 @@ public:
     bool IsVolFlowSetByUser() const { return volFlowSetByUser_; }
     void SetVolFlowSetByUser(bool v) { volFlowSetByUser_ = v; }
 
+    void ReMapComponents(const ComponentList& oldComps, const ComponentList* newComps) override;
     //! The user's definition, restored before each simulation.
     void KeepAsDefinition();
     void RestoreDefinition();

@@ -16,7 +16,7 @@
 namespace unitops {
 
 //! The version that this program writes. It is not below any version that a model tests.
-inline constexpr double kFlowsheetFormatVersion = 6.0;
+inline constexpr double kFlowsheetFormatVersion = 6.1;
 //! The oldest version that this program reads.
 inline constexpr double kOldestFlowsheetFormatVersion = 4.0;
 //! The text that starts every saved flowsheet (as a counted string).
@@ -36,7 +36,10 @@ struct SavedFlowsheet {
 
 //! Reads a saved flowsheet. Any fault of the bytes (truncation, a damaged value, an unknown
 //! class, an inconsistent count) throws InputError naming `origin` and the byte offset.
-SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin);
+//! `componentOrder`, when not empty, names the file's components in the order that the
+//! flowsheet takes: every array per component follows its component by name.
+SavedFlowsheet ReadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin,
+                                  const std::vector<std::string>& componentOrder = {});
 std::unique_ptr<CTalDocEss> LoadSavedFlowsheet(const std::vector<std::uint8_t>& bytes, const std::string& origin);
 
 //! Do the bytes start as a saved flowsheet does.

@@ -178,9 +178,8 @@ int CTalTransferOp::CanSizeEquipment(const CTalEquipment* equipment) const {
     return equipment ? equipment->IsSizingBasedOnVolume() : 0;
 }
 
-int CTalTransferOp::ProcedureHasBeenRemoved(CTalProcedure* p) {
+void CTalTransferOp::ProcedureHasBeenRemoved(const CTalProcedure* p) {
     if (p == m_TransferProcedure) m_TransferProcedure = nullptr;
-    return 1;
 }
 
 void CTalTransferOp::CopyDataInto(CTalOperation* target, int flag) const {
@@ -573,6 +572,16 @@ void CTalTransferOutOp::Serialize(CArchive& ar) {
 void CTalTransferOutOp::PrepareForSimulation() {
     CTalTransferOp::PrepareForSimulation();
     InitCompVar(m_CompositionOut, 0.0);
+}
+
+void CTalTransferOutOp::UpdateForNewCompDef(const ComponentList& oldComps) {
+    ReInitCompVar(oldComps, m_CompositionOut, 0.0);
+    CTalTransferOp::UpdateForNewCompDef(oldComps);
+}
+
+void CTalTransferOutOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    ReInitCompVarFromOldFlowsheet(oldComps, newComps, m_CompositionOut, 0.0);
+    CTalTransferOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
 }
 
 bool CTalTransferOutOp::IsOutPortUsed(int port, int flag) const { return flag == 0 && m_PortID < 0 && port == -m_PortID - 1; }

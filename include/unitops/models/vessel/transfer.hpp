@@ -25,7 +25,7 @@ public:
     int CanSizeEquipment(const CTalEquipment* equipment) const override;
     double MaxWorkingToVesselVol() const override { return m_Volumes.maxWorkingToVesselVol; }
     void SetMaxWorkingToVesselVol(double v) override { m_Volumes.maxWorkingToVesselVol = v; }
-    int ProcedureHasBeenRemoved(CTalProcedure* p) override;
+    void ProcedureHasBeenRemoved(const CTalProcedure* p) override;
     void CopyDataInto(CTalOperation* target, int flag) const override;
     void InitSimModelParams() override;
     void InitCostParams() override;
@@ -130,6 +130,8 @@ public:
     bool IsInPortUsed(int, int) const override { return false; }
     bool IsOutPortUsed(int port, int flag) const override;
     bool CarriesInBatchMaterialOut() const override { return true; }
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
     void InitSimModelParams() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
