@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 build_dir="${1:-build}"
 shift || true
 
-packages=(cmake ninja-build g++ clang libclang-rt-14-dev
+packages=(cmake ninja-build ccache g++ clang libclang-rt-14-dev
           libsundials-dev libcminpack-dev libeigen3-dev nlohmann-json3-dev libfmt-dev libcli11-dev
           libgtest-dev libgmock-dev libbenchmark-dev)
 missing=()

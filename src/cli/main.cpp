@@ -1,7 +1,9 @@
 // unitops: simulate a flowsheet and print its reports, save it with its results and report a
-// saved one, list the models, check a flowsheet.
+// saved one, check a flowsheet, list the models and the built-in database.
+#include <array>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <string>
 
@@ -10,6 +12,7 @@
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
+#include "unitops/io/database_listing.hpp"
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/reports.hpp"
@@ -20,22 +23,43 @@ namespace {
 
 using namespace unitops;
 
+// Exit status (docs/command-line.md): 0 the run ended normally, warnings allowed; 1 bad input
+// (a file, its JSON, its data, its connections) or an output that cannot be written; 2 a model
+// ended abnormally, a recycle loop, or sweeps that did not settle; 3 a fault of the program.
 constexpr int kExitBadInput = 1;
 constexpr int kExitRunFailed = 2;
+constexpr int kExitInternal = 3;
 
 void WriteJsonFile(const std::string& path, const nlohmann::json& j) {
     std::ofstream out(path);
     if (!out) throw InputError(path, "cannot write the file");
     out << j.dump(2) << '\n';
+    out.close();
     if (!out) throw InputError(path, "cannot write the file");
 }
 
-// A flowsheet file of either kind: a saved flowsheet (known by its first bytes) or JSON.
+// The bytes of a file, or of standard input for "-".
+std::vector<std::uint8_t> ReadInput(const std::string& file) {
+    if (file != "-") return ReadBinaryFile(file);
+    std::vector<std::uint8_t> bytes;
+    std::array<char, 65536> buffer{};
+    std::size_t n = 0;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), stdin)) > 0) bytes.insert(bytes.end(), buffer.begin(), buffer.begin() + n);
+    if (std::ferror(stdin)) throw InputError("standard input", "cannot read");
+    return bytes;
+}
+
+// A flowsheet file of either kind: a saved flowsheet (known by its first bytes) or JSON. Without
+// a file, the built-in example.
 std::unique_ptr<CTalDocEss> LoadAnyFlowsheet(const std::string& file) {
-    if (file.empty()) return LoadExampleFlowsheet();
-    const std::vector<std::uint8_t> bytes = ReadBinaryFile(file);
-    if (IsSavedFlowsheet(bytes)) return LoadSavedFlowsheet(bytes, file);
-    return LoadFlowsheet(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), file);
+    if (file.empty()) {
+        std::fprintf(stderr, "unitops: no flowsheet given: running the built-in example (examples/mixing.json)\n");
+        return LoadExampleFlowsheet();
+    }
+    const std::vector<std::uint8_t> bytes = ReadInput(file);
+    const std::string origin = file == "-" ? "standard input" : file;
+    if (IsSavedFlowsheet(bytes)) return LoadSavedFlowsheet(bytes, origin);
+    return LoadFlowsheet(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), origin);
 }
 
 void SaveFile(const std::string& path, const CTalDocEss& doc, const SimulationResult& result) {
@@ -46,6 +70,54 @@ void SaveFile(const std::string& path, const CTalDocEss& doc, const SimulationRe
         throw InputError(path, std::string("cannot save the flowsheet: ") + e.what());
     }
     WriteBinaryFile(path, bytes);
+}
+
+// Runs each write in turn, so that one that fails does not keep the others from being done;
+// true if all of them worked. Every failure is reported.
+bool WriteOutputs(const std::vector<std::function<void()>>& writes) {
+    bool ok = true;
+    for (const auto& write : writes) {
+        try {
+            write();
+        } catch (const InputError& e) {
+            std::fprintf(stderr, "unitops: error: %s\n", e.what());
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+// The reports went to standard output whole: a full disk or a closed pipe is an error.
+bool StandardOutputWritten() {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
+    std::fprintf(stderr, "unitops: error: cannot write the report to standard output\n");
+    return false;
+}
+
+bool AnyModelEndedAbnormally(const CTalDocEss& doc) {
+    for (const auto& p : doc.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            for (const SimMessage& m : p->GetOp(i)->Messages()) {
+                if (m.kind == MsgKind::Abnormal) return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool HasLoop(CTalDocEss& doc) {
+    std::string loop;
+    Simulator(doc).Order(loop);
+    return !loop.empty();
+}
+
+// The host's checks before a run, as `simulate` makes them, printed one per line.
+void PrintCheckProblems(std::FILE* f, const char* prefix, const std::vector<std::string>& errors,
+                        const std::vector<ValidationIssue>& issues) {
+    for (const std::string& e : errors) std::fprintf(f, "%s%s\n", prefix, e.c_str());
+    for (const ValidationIssue& issue : issues) {
+        std::fprintf(f, "%sinvalid data: %s: %s\n", prefix, issue.object.c_str(), issue.text.c_str());
+    }
 }
 
 struct SimulateOptions {
@@ -61,50 +133,57 @@ int Simulate(const SimulateOptions& options) {
     Simulator simulator(*doc);
     const SimulationResult result = simulator.Run(&sink);
     if (!result.checksPassed) {
-        for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
-        for (const ValidationIssue& issue : result.invalidData) {
-            std::fprintf(stderr, "unitops: invalid data: %s: %s\n", issue.object.c_str(), issue.text.c_str());
-        }
-        return kExitBadInput;
+        PrintCheckProblems(stderr, "unitops: ", result.errors, result.invalidData);
+        return HasLoop(*doc) ? kExitRunFailed : kExitBadInput;
     }
     WriteSimulationReport(stdout, *doc, &result, options.xls);
-    if (!options.jsonOut.empty()) WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result));
-    if (!options.saveOut.empty()) SaveFile(options.saveOut, *doc, result);
-    if (!result.completed) {
-        for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
-        return kExitRunFailed;
-    }
-    return 0;
+    bool written = StandardOutputWritten();
+    std::vector<std::function<void()>> writes;
+    if (!options.jsonOut.empty()) writes.push_back([&] { WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result)); });
+    if (!options.saveOut.empty()) writes.push_back([&] { SaveFile(options.saveOut, *doc, result); });
+    written = WriteOutputs(writes) && written;
+    for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
+    if (!result.completed || AnyModelEndedAbnormally(*doc)) return kExitRunFailed;
+    return written ? 0 : kExitBadInput;
 }
 
 // The reports of a saved flowsheet as the run that saved it printed them; nothing is simulated.
 int Report(const std::string& file, const std::string& jsonOut, bool xls) {
-    const std::vector<std::uint8_t> bytes = ReadBinaryFile(file);
+    const std::vector<std::uint8_t> bytes = ReadInput(file);
+    const std::string origin = file == "-" ? "standard input" : file;
     if (!IsSavedFlowsheet(bytes)) {
-        throw InputError(file, "not a saved flowsheet (write one with: unitops simulate FILE --save OUT)");
+        throw InputError(origin, "not a saved flowsheet (write one with: unitops simulate FILE --save OUT)");
     }
-    SavedFlowsheet saved = ReadSavedFlowsheet(bytes, file);
+    SavedFlowsheet saved = ReadSavedFlowsheet(bytes, origin);
     const SimulationResult* run = saved.run ? &*saved.run : nullptr;
     WriteSimulationReport(stdout, *saved.doc, run, xls);
-    if (!jsonOut.empty()) WriteJsonFile(jsonOut, ResultsToJson(*saved.doc, run));
-    return 0;
+    bool written = StandardOutputWritten();
+    if (!jsonOut.empty()) written = WriteOutputs({[&] { WriteJsonFile(jsonOut, ResultsToJson(*saved.doc, run)); }}) && written;
+    return written ? 0 : kExitBadInput;
 }
 
+// The checks that `simulate` makes before it runs, in the same order, without running: a JSON or
+// a saved flowsheet.
 int Validate(const std::string& file) {
-    std::unique_ptr<CTalDocEss> doc = LoadFlowsheetFile(file);
+    std::unique_ptr<CTalDocEss> doc = LoadAnyFlowsheet(file);
     ValidationSink sink(doc->questionPolicy);
-    Simulator simulator(*doc);
-    const bool ok = simulator.Validate(sink);
-    std::string loopError;
-    simulator.Order(loopError);
-    for (const ValidationIssue& issue : sink.Issues()) std::printf("%s: %s\n", issue.object.c_str(), issue.text.c_str());
+    std::vector<std::string> errors;
+    const bool ok = Simulator(*doc).Check(sink, errors);
+    PrintCheckProblems(stdout, "", errors, sink.Issues());
     for (const std::string& q : sink.Questions()) std::printf("question: %s\n", q.c_str());
-    if (!loopError.empty()) std::printf("flowsheet: %s\n", loopError.c_str());
-    if (ok && loopError.empty()) {
-        std::printf("%s: the data are complete.\n", file.c_str());
-        return 0;
+    if (ok) std::printf("%s: the flowsheet is ready to simulate.\n", file == "-" ? "standard input" : file.c_str());
+    if (!StandardOutputWritten()) return kExitBadInput;
+    if (ok) return 0;
+    return HasLoop(*doc) ? kExitRunFailed : kExitBadInput;
+}
+
+int Components(bool json) {
+    if (json) {
+        std::cout << DatabaseListing().dump(2) << '\n';
+    } else {
+        WriteDatabaseListing(stdout);
     }
-    return kExitBadInput;
+    return StandardOutputWritten() ? 0 : kExitBadInput;
 }
 
 int Models(bool json) {
@@ -113,7 +192,7 @@ int Models(bool json) {
     } else {
         WriteRoster(stdout);
     }
-    return 0;
+    return StandardOutputWritten() ? 0 : kExitBadInput;
 }
 
 // Line breaks written as \n, so that each message stays on one line of the listing.
@@ -157,10 +236,11 @@ int Messages(const std::string& key) {
 int main(int argc, char** argv) {
     CLI::App app{"unitops: unit-operation models for batch and continuous process plants"};
     app.require_subcommand(0, 1);
+    app.set_version_flag("--version", std::string("unitops ") + UNITOPS_VERSION);
 
     SimulateOptions sim;
     CLI::App* simulate = app.add_subcommand("simulate", "Simulate a flowsheet (the built-in example without FILE) and print its reports");
-    simulate->add_option("FILE", sim.file, "Flowsheet file (JSON, or a saved flowsheet)");
+    simulate->add_option("FILE", sim.file, "Flowsheet file (JSON, or a saved flowsheet); - reads standard input");
     simulate->add_option("--json", sim.jsonOut, "Write all results as JSON to this file");
     simulate->add_flag("--xls", sim.xls, "Write the equipment report tab-separated for a spreadsheet");
     simulate->add_option("--save", sim.saveOut, "Save the simulated flowsheet with its results to this file");
@@ -168,26 +248,36 @@ int main(int argc, char** argv) {
     std::string reportFile, reportJson;
     bool reportXls = false;
     CLI::App* report = app.add_subcommand("report", "Print the reports of a saved flowsheet without simulating it");
-    report->add_option("FILE", reportFile, "Saved flowsheet")->required();
+    report->add_option("FILE", reportFile, "Saved flowsheet; - reads standard input")->required();
     report->add_option("--json", reportJson, "Write all results as JSON to this file");
     report->add_flag("--xls", reportXls, "Write the equipment report tab-separated for a spreadsheet");
 
     std::string validateFile;
-    CLI::App* validate = app.add_subcommand("validate", "Check a flowsheet's data and print what is wrong");
-    validate->add_option("FILE", validateFile, "Flowsheet file (JSON)")->required();
+    CLI::App* validate = app.add_subcommand("validate", "Make the checks of simulate (loops, connections, readiness, data) without running");
+    validate->add_option("FILE", validateFile, "Flowsheet file (JSON, or a saved flowsheet); - reads standard input")->required();
 
     bool modelsJson = false;
     CLI::App* models = app.add_subcommand("models", "List every operation, equipment type, procedure and icon");
     models->add_flag("--json", modelsJson, "Print the roster as JSON");
 
+    bool componentsJson = false;
+    CLI::App* components = app.add_subcommand("components", "List the built-in components and agents with units and sources");
+    components->add_flag("--json", componentsJson, "Print the database as JSON");
+
     std::string messageKey;
     CLI::App* messages = app.add_subcommand("messages", "Print a numbered message, or the whole table as key<TAB>text");
     messages->add_option("KEY", messageKey, "Message number (decimal or 0x hexadecimal)");
 
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int code = app.exit(e);
+        return code == 0 ? 0 : kExitBadInput;  // --help and --version end normally
+    }
     try {
         if (*validate) return Validate(validateFile);
         if (*models) return Models(modelsJson);
+        if (*components) return Components(componentsJson);
         if (*messages) return Messages(messageKey);
         if (*report) return Report(reportFile, reportJson, reportXls);
         return Simulate(sim);
@@ -198,7 +288,10 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "unitops: error: %s\n", e.what());
         return kExitBadInput;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "unitops: error: %s\n", e.what());
-        return kExitRunFailed;
+        std::fprintf(stderr, "unitops: internal error: %s\n", e.what());
+        return kExitInternal;
+    } catch (...) {
+        std::fprintf(stderr, "unitops: internal error\n");
+        return kExitInternal;
     }
 }

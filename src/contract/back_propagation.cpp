@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace unitops {
 
@@ -12,61 +13,137 @@ double CondensedMass(const CTalSModel& s) {
     for (int i = 0; i < s.NumberOfComponents(); ++i) m += s.ComponentFlow(i) * (1.0 - s.ComponentVaporFrac(i));
     return m;
 }
+
+
+// An amount per batch as the reports show it.
+std::string PerBatch(double kgPerS, double batchTime) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.4f kg/batch", kgPerS * batchTime);
+    return text;
+}
 }  // namespace
 
-bool BackPropagation::ApplyBids(std::vector<std::string>& problems) {
-    bool changed = false;
+BidOutcome BackPropagation::ApplyBids(std::vector<std::string>& problems, bool apply) {
+    std::vector<OpenBid> open;
     for (const auto& p : doc_.Procedures()) {
-        for (const CTalProcedure::StateBid& bid : p->StateBids()) changed |= ApplyStateBid(*p, bid, problems);
+        for (const CTalProcedure::StateBid& bid : p->StateBids()) CollectStateBid(*p, bid, open, problems);
     }
     for (const auto& s : doc_.Streams()) {
-        if (s->HasBPGFlowBid()) changed |= ApplyStreamBid(*s, problems);
+        if (s->HasBPGFlowBid()) CollectStreamBid(*s, open, problems);
     }
-    return changed;
+    if (open.empty()) {
+        raised_.clear();
+        return BidOutcome::Settled;
+    }
+    if (LastRaiseWasFutile(open)) {
+        for (const OpenBid& bid : open) problems.push_back(bid.demand);
+        return BidOutcome::Futile;
+    }
+    if (!apply) return BidOutcome::Changed;
+    KeepFeeds();
+    raised_.clear();
+    for (const OpenBid& bid : open) {
+        raised_[bid.key] = bid.reached;
+        Apply(bid);
+    }
+    return BidOutcome::Changed;
 }
 
-bool BackPropagation::ApplyStateBid(CTalProcedure& p, const CTalProcedure::StateBid& bid, std::vector<std::string>& problems) {
+void BackPropagation::CollectStateBid(CTalProcedure& p, const CTalProcedure::StateBid& bid, std::vector<OpenBid>& open,
+                                      std::vector<std::string>& problems) const {
     int index = -1;
     for (int i = 0; i < p.NumberOfStates(); ++i) {
         if (p.GetState(i) == bid.state) index = i;
     }
-    if (index < 0) return false;
-    const double deficit = bid.kgPerS - CondensedMass(*bid.state);
-    if (deficit <= tolerance_ * std::max(bid.kgPerS, 1e-300)) return false;
-    const std::vector<CTalStream*> sources = Contributors(p, index);
+    if (index < 0) return;
+    const double held = CondensedMass(*bid.state);
+    const double deficit = bid.kgPerS - held;
+    if (deficit <= tolerance_ * std::max(bid.kgPerS, 1e-300)) return;
+    const std::string who = p.Name() + " / " + (bid.op ? bid.op->Name() : std::string("?"));
+    std::vector<CTalStream*> sources = Contributors(p, index);
     double scalable = 0.0;
     for (const CTalStream* s : sources) scalable += ScalableFlow(*s);
     if (!(scalable > 0.0)) {
-        problems.push_back(p.Name() + " / " + (bid.op ? bid.op->Name() : std::string("?")) +
-                           ": the contents cannot be raised to the amount asked, because no material that reaches "
-                           "them can be scaled up");
-        return false;
+        problems.push_back(who + ": the contents cannot be raised to the amount asked, because no material that reaches "
+                                 "them can be scaled up");
+        return;
     }
-    const double factor = (scalable + deficit) / scalable;
-    std::set<const CTalProcedure*> seen{&p};
-    std::vector<CTalProcedure*> changed;
-    for (CTalStream* s : sources) {
-        if (ScalableFlow(*s) > 0.0) Scale(*s, &factor, seen, changed);
+    const double T = p.BatchReferenceTime();
+    OpenBid b;
+    b.key = {&p, bid.op};
+    b.reached = held;
+    b.demand = who + " asks " + PerBatch(bid.kgPerS, T) + " of the contents before it, which hold " + PerBatch(held, T) +
+               "; raising the material that flows in upstream does not raise them";
+    b.sources = std::move(sources);
+    b.procedure = &p;
+    b.deficit = deficit;
+    open.push_back(std::move(b));
+}
+
+void BackPropagation::CollectStreamBid(CTalStream& s, std::vector<OpenBid>& open, std::vector<std::string>& problems) const {
+    const double now = s.MassFlow();
+    const double want = s.BPGFlowBid();
+    if (std::abs(want - now) <= tolerance_ * std::max(std::abs(now), 1e-300)) return;
+    if (!s.IsInput() && !(ScalableFlow(s) > 0.0)) {
+        problems.push_back("stream " + s.Name() + ": its flow cannot be changed to the amount asked");
+        return;
+    }
+    const double T = s.TimeRefFlowF(kPerBatch);
+    OpenBid b;
+    b.key = {&s, nullptr};
+    b.reached = now;
+    b.demand = "stream " + s.Name() + " is asked for " + PerBatch(want, T) + " and carries " + PerBatch(now, T) +
+               "; scaling what makes it does not change it";
+    b.stream = &s;
+    b.want = want;
+    open.push_back(std::move(b));
+}
+
+// After a raise, an open bid shows progress if the contents it draws from (or the stream it asks
+// for) changed by more than the tolerance. A bid that was not open before the raise is new: a
+// demand passed on upstream, which the next sweep may meet.
+bool BackPropagation::LastRaiseWasFutile(const std::vector<OpenBid>& open) const {
+    if (raised_.empty()) return false;
+    for (const OpenBid& bid : open) {
+        const auto before = raised_.find(bid.key);
+        if (before == raised_.end()) return false;
+        if (std::abs(bid.reached - before->second) > tolerance_ * std::max(std::abs(before->second), 1e-12)) return false;
     }
     return true;
 }
 
-bool BackPropagation::ApplyStreamBid(CTalStream& s, std::vector<std::string>& problems) {
-    const double now = s.MassFlow();
-    const double want = s.BPGFlowBid();
-    if (std::abs(want - now) <= tolerance_ * std::max(std::abs(now), 1e-300)) return false;
-    if (s.IsInput()) {
-        s.SetMassFlow(want);
-        return true;
+void BackPropagation::Apply(const OpenBid& bid) {
+    if (bid.stream) {
+        if (bid.stream->IsInput()) {
+            bid.stream->SetMassFlow(bid.want);
+            return;
+        }
+        std::vector<CTalProcedure*> changed;
+        ScaleTo(*bid.stream, bid.want, changed);
+        return;
     }
+    double scalable = 0.0;
+    for (const CTalStream* s : bid.sources) scalable += ScalableFlow(*s);
+    const double factor = (scalable + bid.deficit) / scalable;
+    std::set<const CTalProcedure*> seen{bid.procedure};
     std::vector<CTalProcedure*> changed;
-    std::string reason;
-    if (!CanScale(s, changed, reason)) {
-        problems.push_back("stream " + s.Name() + ": " + reason);
-        return false;
+    for (CTalStream* s : bid.sources) {
+        if (ScalableFlow(*s) > 0.0) Scale(*s, &factor, seen, changed);
     }
-    ScaleTo(s, want, changed);
-    return true;
+}
+
+void BackPropagation::KeepFeeds() {
+    feedsBeforeRaise_.clear();
+    for (const auto& s : doc_.Streams()) {
+        if (!s->IsInput()) continue;
+        auto copy = std::make_unique<CTalStream>(doc_.Comps(), s->Name());
+        s->CopyDataInto(*copy, 1);
+        feedsBeforeRaise_.emplace_back(s.get(), std::move(copy));
+    }
+}
+
+void BackPropagation::UndoLastRaise() {
+    for (auto& [feed, copy] : feedsBeforeRaise_) copy->CopyDataInto(*feed, 1);
 }
 
 bool BackPropagation::CanScale(CTalStream& s, std::vector<CTalProcedure*>& procedures, std::string& reason) const {

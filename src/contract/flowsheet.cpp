@@ -124,34 +124,47 @@ CTalStream& CTalDocEss::AddStream(std::unique_ptr<CTalStream> s) {
     s->SetDocument(this);
     simModified_ = true;
     streams_.push_back(std::move(s));
+    streamsByName_.emplace(streams_.back()->Name(), streams_.back().get());
     return *streams_.back();
 }
 
 CTalProcedure& CTalDocEss::AddProcedure(std::unique_ptr<CTalProcedure> p) {
     simModified_ = true;
     procedures_.push_back(std::move(p));
-    return *procedures_.back();
+    CTalProcedure* added = procedures_.back().get();
+    proceduresByName_.emplace(added->Name(), added);
+    procedureIndex_.emplace(added, static_cast<int>(procedures_.size() - 1));
+    return *added;
+}
+
+void CTalDocEss::RebuildIndexes() const {
+    streamsByName_.clear();
+    proceduresByName_.clear();
+    procedureIndex_.clear();
+    for (const auto& s : streams_) streamsByName_.emplace(s->Name(), s.get());
+    for (std::size_t i = 0; i < procedures_.size(); ++i) {
+        proceduresByName_.emplace(procedures_[i]->Name(), procedures_[i].get());
+        procedureIndex_.emplace(procedures_[i].get(), static_cast<int>(i));
+    }
+    indexesStale_ = false;
 }
 
 CTalStream* CTalDocEss::FindStream(std::string_view name) const {
-    for (const auto& s : streams_) {
-        if (s->Name() == name) return s.get();
-    }
-    return nullptr;
+    if (indexesStale_) RebuildIndexes();
+    const auto it = streamsByName_.find(name);
+    return it == streamsByName_.end() ? nullptr : it->second;
 }
 
 CTalProcedure* CTalDocEss::FindProcedure(std::string_view name) const {
-    for (const auto& p : procedures_) {
-        if (p->Name() == name) return p.get();
-    }
-    return nullptr;
+    if (indexesStale_) RebuildIndexes();
+    const auto it = proceduresByName_.find(name);
+    return it == proceduresByName_.end() ? nullptr : it->second;
 }
 
 int CTalDocEss::GetProcedureIndex(const CTalProcedure* p) const {
-    for (std::size_t i = 0; i < procedures_.size(); ++i) {
-        if (procedures_[i].get() == p) return static_cast<int>(i);
-    }
-    return -1;
+    if (indexesStale_) RebuildIndexes();
+    const auto it = procedureIndex_.find(p);
+    return it == procedureIndex_.end() ? -1 : it->second;
 }
 
 bool CTalDocEss::RemoveStream(CTalStream* s, CWnd* wnd) {
@@ -163,6 +176,7 @@ bool CTalDocEss::RemoveStream(CTalStream* s, CWnd* wnd) {
     for (const auto& p : procedures_) p->Disconnect(s);
     const std::unique_ptr<CTalStream> removed = std::move(*it);
     streams_.erase(it);
+    indexesStale_ = true;
     simModified_ = true;
     ForEachOperation([&](CTalOperation& op) { op.StreamHasBeenRemoved(removed.get()); });
     return true;
@@ -196,6 +210,7 @@ bool CTalDocEss::RemoveProcedure(CTalProcedure* p, CWnd* wnd) {
     }
     const std::unique_ptr<CTalProcedure> removed = std::move(procedures_[static_cast<std::size_t>(index)]);
     procedures_.erase(procedures_.begin() + index);
+    indexesStale_ = true;
     simModified_ = true;
     ForEachOperation([&](CTalOperation& op) {
         for (int i = 0; i < removed->NumberOfOps(); ++i) op.OperationHasBeenRemoved(removed->GetOp(i));

@@ -13,6 +13,11 @@ CTalProcedure::CTalProcedure(CTalDocEss* doc, std::string name, unsigned unitPro
 
 CTalProcedure::~CTalProcedure() = default;
 
+void CTalProcedure::SetName(std::string n) {
+    name_ = std::move(n);
+    if (doc_) doc_->NamesChanged();
+}
+
 void CTalProcedure::SetUpPorts() {
     ports_ = UIcon() ? UIcon()->Ports() : IconPorts{};
     in_.assign(static_cast<std::size_t>(ports_.inputs), nullptr);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace unitops {
 
@@ -21,38 +20,49 @@ bool SameFlows(const CTalSModel& a, const CTalSModel& b, double tolerance) {
 }
 }  // namespace
 
+// Kahn's algorithm in linear time, giving the order of repeated sweeps over the file: each sweep
+// takes, in file order, every procedure whose inputs are all made. A procedure joins the sweep of
+// its last-made supplier if it comes later in the file than that supplier, else the next one; the
+// order is by sweep, then by place in the file.
 std::vector<CTalProcedure*> Simulator::Order(std::string& error) const {
     const auto& procs = doc_.Procedures();
-    std::map<const CTalProcedure*, int> pending;
-    for (const auto& p : procs) pending[p.get()] = 0;
+    const std::size_t n = procs.size();
+    std::vector<int> pending(n, 0);
     for (const auto& s : doc_.Streams()) {
-        if (s->Source() && s->Destination()) ++pending[s->Destination()];
+        if (s->Source() && s->Destination() && Index(s->Destination()) < n) ++pending[Index(s->Destination())];
     }
-    std::vector<CTalProcedure*> order;
-    std::vector<bool> done(procs.size(), false);
-    // Kahn's algorithm, taking ready procedures in the order of the file.
-    for (bool progress = true; progress;) {
-        progress = false;
-        for (std::size_t i = 0; i < procs.size(); ++i) {
-            CTalProcedure* p = procs[i].get();
-            if (done[i] || pending[p] > 0) continue;
-            done[i] = true;
-            progress = true;
-            order.push_back(p);
-            for (int port = 0; port < p->NumberOfOutPorts(); ++port) {
-                CTalStream* s = p->OutStream(port);
-                if (s && s->Destination()) --pending[s->Destination()];
-            }
+    std::vector<std::size_t> ready, sweep(n, 0);
+    for (std::size_t i = 0; i < n; ++i) {
+        if (pending[i] == 0) ready.push_back(i);
+    }
+    for (std::size_t next = 0; next < ready.size(); ++next) {
+        const std::size_t i = ready[next];
+        const CTalProcedure& p = *procs[i];
+        for (int port = 0; port < p.NumberOfOutPorts(); ++port) {
+            const CTalStream* s = p.OutStream(port);
+            const std::size_t j = s && s->Destination() ? Index(s->Destination()) : n;
+            if (j >= n) continue;
+            sweep[j] = std::max(sweep[j], sweep[i] + (j < i ? 1 : 0));
+            if (--pending[j] == 0) ready.push_back(j);
         }
     }
-    if (order.size() == procs.size()) return order;
-    error = "the flowsheet has a loop (recycle) through the procedures";
-    for (std::size_t i = 0; i < procs.size(); ++i) {
-        if (!done[i]) error += " " + procs[i]->Name();
+    if (ready.size() < n) {
+        error = "the flowsheet has a loop (recycle) through the procedures";
+        for (std::size_t i = 0; i < n; ++i) {
+            if (pending[i] > 0) error += " " + procs[i]->Name();
+        }
+        error += "; recycle loops are not solved by this version";
+        return {};
     }
-    error += "; recycle loops are not solved by this version";
-    return {};
+    std::vector<std::vector<CTalProcedure*>> bySweep(n == 0 ? 0 : *std::max_element(sweep.begin(), sweep.end()) + 1);
+    for (std::size_t i = 0; i < n; ++i) bySweep[sweep[i]].push_back(procs[i].get());
+    std::vector<CTalProcedure*> order;
+    order.reserve(n);
+    for (const auto& procedures : bySweep) order.insert(order.end(), procedures.begin(), procedures.end());
+    return order;
 }
+
+std::size_t Simulator::Index(const CTalProcedure* p) const { return static_cast<std::size_t>(doc_.GetProcedureIndex(p)); }
 
 bool Simulator::Validate(ValidationSink& sink) {
     const std::size_t before = sink.Issues().size();
@@ -183,6 +193,41 @@ bool Simulator::MasterDurationsChanged(std::map<const CTalOperation*, double>& s
     return changed;
 }
 
+// Sweeps until the back-propagation bids, the vessels' default contents and the masters'
+// durations settle. The results shown are always those of a whole sweep with the feeds that it
+// ran with: a run that stops without settling applies no bids after its last sweep, and a raise
+// that helped no demand is undone and the sweep before it run again.
+void Simulator::SweepUntilSettled(SimulationResult& result) {
+    BackPropagation bpg(doc_, options_.relativeTolerance);
+    std::map<const CTalOperation*, double> masterDurations = MasterDurations();
+    for (result.passes = 1;; ++result.passes) {
+        RunPass(result.order, result.passes == 1);
+        std::vector<std::string> problems;
+        const BidOutcome outcome = bpg.ApplyBids(problems, result.passes < options_.maxPasses);
+        const bool contentsChanged = outcome != BidOutcome::Futile && DefaultContentsChanged();
+        const bool durationsChanged = outcome != BidOutcome::Futile && MasterDurationsChanged(masterDurations);
+        if (outcome == BidOutcome::Settled && !contentsChanged && !durationsChanged) {
+            result.warnings = problems;
+            return;
+        }
+        if (outcome == BidOutcome::Futile) {
+            for (const std::string& demand : problems) result.errors.push_back("back-propagation cannot meet a demand: " + demand);
+            result.errors.push_back("back-propagation stopped after " + std::to_string(result.passes) +
+                                    " sweeps; the results are those from before the last raise of the feeds");
+            bpg.UndoLastRaise();
+            ++result.passes;
+            RunPass(result.order, false);
+            return;
+        }
+        if (result.passes >= options_.maxPasses) {
+            result.errors.push_back("the sweeps (back-propagation, the vessels' default contents, masters' durations) did not settle in " +
+                                    std::to_string(options_.maxPasses) + " sweeps; the results are those of the last sweep");
+            result.warnings = problems;
+            return;
+        }
+    }
+}
+
 SimulationResult Simulator::Run(ValidationSink* sink) {
     SimulationResult result;
     ValidationSink ownSink(doc_.questionPolicy);
@@ -203,25 +248,7 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
     for (const auto& p : doc_.Procedures()) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->PrepareForSimulation();
     }
-    BackPropagation bpg(doc_, options_.relativeTolerance);
-    std::map<const CTalOperation*, double> masterDurations = MasterDurations();
-    for (result.passes = 1;; ++result.passes) {
-        RunPass(result.order, result.passes == 1);
-        std::vector<std::string> problems;
-        const bool bidsChanged = bpg.ApplyBids(problems);
-        const bool contentsChanged = DefaultContentsChanged();
-        const bool durationsChanged = MasterDurationsChanged(masterDurations);
-        if (!bidsChanged && !contentsChanged && !durationsChanged) {
-            result.warnings = problems;
-            break;
-        }
-        if (result.passes >= options_.maxPasses) {
-            result.errors.push_back("the sweeps did not settle in " + std::to_string(options_.maxPasses) +
-                                    " passes; the results are those of the last pass");
-            result.warnings = problems;
-            break;
-        }
-    }
+    SweepUntilSettled(result);
     for (CTalProcedure* p : result.order) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->DoPostSimChores(1);
         if (CTalEquipment* e = p->Equipment()) {

@@ -796,6 +796,11 @@ double CTalStateStream::TimeRefFlowF(int timeRef) const {
 
 // ---------------------------------------------------------------- streams
 
+void CTalStream::SetName(std::string n) {
+    name_ = std::move(n);
+    if (doc_) doc_->NamesChanged();
+}
+
 double CTalStream::TimeRefFlowF(int timeRef) const {
     if (timeRef == kPerBatch) {
         if (source_) return source_->BatchReferenceTime();

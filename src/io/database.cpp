@@ -1,6 +1,7 @@
 #include "unitops/io/database.hpp"
 
 #include "unitops/io/json_text.hpp"
+#include "embedded.hpp"
 
 #include <cmath>
 #include <functional>
@@ -10,11 +11,6 @@
 #include "unitops/io/errors.hpp"
 
 namespace unitops {
-
-namespace embedded {
-extern const std::string_view kComponentsJson;
-extern const std::string_view kAgentsJson;
-}  // namespace embedded
 
 using json = nlohmann::ordered_json;
 

@@ -1,5 +1,7 @@
 #include "unitops/io/flowsheet_loader.hpp"
 
+#include "embedded.hpp"
+
 #include <cmath>
 #include <list>
 #include <map>
@@ -15,10 +17,6 @@
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
-
-namespace embedded {
-extern const std::string_view kExampleFlowsheet;
-}  // namespace embedded
 
 using json = nlohmann::ordered_json;
 
@@ -410,7 +408,7 @@ private:
         if (v.is_string()) {
             const std::string name = v.get<std::string>();
             for (const auto& op : roster::Operations()) {
-                if (name == op.className || (op.mapName && name == op.mapName)) return op.modelId;
+                if (name == op.className || name == op.isA || (op.mapName && name == op.mapName)) return op.modelId;
             }
         }
         Fail(at, "unknown operation model " + v.dump());
@@ -522,9 +520,28 @@ private:
         if (!spec.is_object()) Fail(where, "expected an object");
         if (spec.contains("design")) proc.SetDesignMode(Bool(spec["design"], Key(where, "design")));
         if (spec.contains("name")) e.SetName(Text(spec["name"], Key(where, "name")));
-        SetMembers(e, spec, where, {"design", "name"});
+        SetMembers(e, spec, where, {"design", "name", "UserCostReferenceSize", "UserCostMinSize", "UserCostMaxSize"});
+        ReadCostModelSizes(e, spec, where);
         CheckCostYear(e.m_UserCostModel.baseYear, Key(where, "UserCostBaseYear"));
         CheckCostYear(e.m_CostBaseYear, Key(where, "CostBaseYear"));
+    }
+
+    //! Sizes of the user's cost model: a number is in the unit of the class's size variable
+    //! (docs/costing.md); a text may carry any unit of its kind ("2000 L" for a vessel's m3).
+    void ReadCostModelSizes(CTalEquipment& e, const json& spec, const std::string& where) const {
+        for (const char* key : {"UserCostReferenceSize", "UserCostMinSize", "UserCostMaxSize"}) {
+            if (!spec.contains(key)) continue;
+            const std::string at = Key(where, key);
+            const json& v = spec[key];
+            double size = 0.0;
+            try {
+                size = Value(v, Quantity::Dimensionless, at);  // a number, or a text without a unit
+            } catch (const InputError&) {
+                if (e.SizeVarQuantityForUDCM() == Quantity::Dimensionless) throw;
+                size = Value(v, e.SizeVarQuantityForUDCM(), at) * e.SizeVarFactorForUDCM();
+            }
+            e.MemberRows().Find(key)->set(e, size);
+        }
     }
 
     //! A year of cost data: 0 (none) or a year of the plant cost index table.

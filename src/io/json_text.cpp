@@ -1,6 +1,6 @@
 #include "unitops/io/json_text.hpp"
 
-#include <map>
+#include <unordered_map>
 #include <vector>
 
 namespace unitops {
@@ -23,47 +23,89 @@ std::string Located(std::string_view text, std::size_t offset, const std::string
     return origin + ":" + std::to_string(line) + ":" + std::to_string(column);
 }
 
-// Follows the parser through the document, so that an error names the path of the value where
-// it happened ("streams.S-101", "procedures[0].operations[1]"), and refuses repeated keys.
-class PathTracker {
+// Builds the tree of a document while following the parser through it, so that an error names
+// the path of the value where it happened ("streams.S-101", "procedures[0].operations[1]"), and
+// refuses repeated keys. Keys are appended to their object directly: inserting through the ordered
+// map searches it from the start, which would grow as the square of the number of keys.
+class StrictBuilder : public nlohmann::json_sax<json> {
 public:
-    explicit PathTracker(const std::string& origin) : origin_(origin) {}
+    StrictBuilder(std::string_view text, const std::string& origin) : text_(text), origin_(origin) {}
 
-    bool operator()(int, json::parse_event_t event, json& parsed) {
-        switch (event) {
-            case json::parse_event_t::object_start:
-            case json::parse_event_t::array_start:
-                if (frames_.size() >= kMaxJsonNesting) {
-                    Fail("objects and arrays nest more than " + std::to_string(kMaxJsonNesting) + " deep");
-                }
-                frames_.push_back(Frame{event == json::parse_event_t::array_start, 0, {}, {}});
-                break;
-            case json::parse_event_t::key: Key(parsed.get<std::string>()); break;
-            case json::parse_event_t::object_end:
-            case json::parse_event_t::array_end:
-                frames_.pop_back();
-                NextElement();
-                break;
-            case json::parse_event_t::value: NextElement(); break;
+    json root;
+
+    bool null() override { return Put(nullptr) != nullptr; }
+    bool boolean(bool v) override { return Put(v) != nullptr; }
+    bool number_integer(number_integer_t v) override { return Put(v) != nullptr; }
+    bool number_unsigned(number_unsigned_t v) override { return Put(v) != nullptr; }
+    bool number_float(number_float_t v, const string_t&) override { return Put(v) != nullptr; }
+    bool string(string_t& v) override { return Put(std::move(v)) != nullptr; }
+    bool binary(binary_t& v) override { return Put(json::binary(std::move(v))) != nullptr; }
+    bool start_object(std::size_t) override { return Open(json::object(), false); }
+    bool start_array(std::size_t) override { return Open(json::array(), true); }
+    bool end_object() override {
+        frames_.pop_back();
+        return true;
+    }
+    bool end_array() override { return end_object(); }
+    bool key(string_t& k) override {
+        Frame& f = frames_.back();
+        const std::size_t position = f.keys.size() + 1;
+        const auto [it, inserted] = f.keys.emplace(k, position);
+        const std::string parent = PathThrough(frames_.size() - 1);
+        f.key = k;
+        if (!inserted) {
+            Fail("'" + k + "' is given twice in " + (parent.empty() ? "the top-level object" : parent) + " (keys " +
+                 std::to_string(it->second) + " and " + std::to_string(position) + " of that object)");
         }
         return true;
     }
-
-    //! The path of the value being read.
-    std::string Path() const { return PathThrough(frames_.size()); }
+    bool parse_error(std::size_t byte, const std::string&, const nlohmann::detail::exception& e) override {
+        if (e.id == 406) Fail("the number is too large for a double-precision value");
+        std::string what = e.what();
+        if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
+        if (what.find("expected end of input") != std::string::npos) what = "more text after the end of the JSON value";
+        throw InputError(Located(text_, byte == 0 ? 0 : byte - 1, origin_), what);
+    }
 
     [[noreturn]] void Fail(const std::string& what) const {
-        const std::string path = Path();
+        const std::string path = PathThrough(frames_.size());
         throw InputError(path.empty() ? origin_ : origin_ + ": " + path, what);
     }
 
 private:
     struct Frame {
+        json* value;
         bool array;
-        std::size_t index;                         // element being read, in an array
-        std::map<std::string, std::size_t> keys;  // position (from 1) of each key, in an object
-        std::string key;                           // key being read, in an object
+        std::unordered_map<std::string, std::size_t> keys;  // position (from 1) of each key, in an object
+        std::string key;                                    // key being read, in an object
     };
+
+    bool Open(json v, bool array) {
+        if (frames_.size() >= kMaxJsonNesting) {
+            Fail("objects and arrays nest more than " + std::to_string(kMaxJsonNesting) + " deep");
+        }
+        json* made = Put(std::move(v));
+        frames_.push_back(Frame{made, array, {}, {}});
+        return true;
+    }
+
+    // Places a value in the innermost open object or array (or as the root).
+    json* Put(json v) {
+        if (frames_.empty()) {
+            root = std::move(v);
+            return &root;
+        }
+        Frame& f = frames_.back();
+        if (f.array) {
+            f.value->push_back(std::move(v));
+            return &f.value->back();
+        }
+        // The ordered map is a vector of pairs underneath: appending skips its search. The key is
+        // new: a repeated one was refused when it was read.
+        auto& members = static_cast<std::vector<json::object_t::value_type>&>(f.value->get_ref<json::object_t&>());
+        members.emplace_back(f.key, std::move(v));
+        return &members.back().second;
+    }
 
     // The path of the value that the first `depth` open objects and arrays lead to.
     std::string PathThrough(std::size_t depth) const {
@@ -71,7 +113,9 @@ private:
         for (std::size_t i = 0; i < depth; ++i) {
             const Frame& f = frames_[i];
             if (f.array) {
-                path += "[" + std::to_string(f.index) + "]";
+                // An array whose element is open holds it last; otherwise the next is being read.
+                const std::size_t element = f.value->size() - (i + 1 < frames_.size() ? 1 : 0);
+                path += "[" + std::to_string(element) + "]";
             } else if (!f.keys.empty()) {
                 path += (path.empty() ? "" : ".") + f.key;
             }
@@ -79,22 +123,7 @@ private:
         return path;
     }
 
-    void Key(const std::string& key) {
-        Frame& f = frames_.back();
-        const std::size_t position = f.keys.size() + 1;
-        const auto [it, inserted] = f.keys.emplace(key, position);
-        const std::string parent = PathThrough(frames_.size() - 1);
-        f.key = key;
-        if (!inserted) {
-            Fail("'" + key + "' is given twice in " + (parent.empty() ? "the top-level object" : parent) + " (keys " +
-                 std::to_string(it->second) + " and " + std::to_string(position) + " of that object)");
-        }
-    }
-
-    void NextElement() {
-        if (!frames_.empty() && frames_.back().array) ++frames_.back().index;
-    }
-
+    std::string_view text_;
     const std::string& origin_;
     std::vector<Frame> frames_;
 };
@@ -106,17 +135,9 @@ json ParseJsonDocument(std::string_view text, const std::string& origin) {
     if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
         throw InputError(Located(text, nul, origin), "a NUL byte, which a JSON text never holds");
     }
-    PathTracker tracker(origin);
-    try {
-        return json::parse(text, std::ref(tracker));
-    } catch (const json::parse_error& e) {
-        std::string what = e.what();
-        if (const auto p = what.find("syntax error"); p != std::string::npos) what = what.substr(p);
-        if (what.find("expected end of input") != std::string::npos) what = "more text after the end of the JSON value";
-        throw InputError(Located(text, e.byte == 0 ? 0 : e.byte - 1, origin), what);
-    } catch (const json::out_of_range&) {
-        tracker.Fail("the number is too large for a double-precision value");
-    }
+    StrictBuilder builder(text, origin);
+    json::sax_parse(text, &builder);
+    return std::move(builder.root);
 }
 
 }  // namespace unitops

@@ -1,7 +1,13 @@
 #include "unitops/io/reports.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "unitops/contract/members.hpp"
 
 namespace unitops {
 
@@ -54,6 +60,67 @@ void WriteOperationTimes(std::FILE* f, const CTalOperation& op) {
     std::fputc('\n', f);
 }
 
+// The SI unit in which a member is stored, for values shown without a display unit of their own.
+const char* SiUnit(Quantity q) {
+    switch (q) {
+        case Quantity::Time: return "s";
+        case Quantity::Mass: return "kg";
+        case Quantity::MassFlow: return "kg/s";
+        case Quantity::Volume: return "m3";
+        case Quantity::VolumeFlow: return "m3/s";
+        case Quantity::Temperature: return "K";
+        case Quantity::Pressure: return "Pa";
+        case Quantity::Power: return "W";
+        case Quantity::Energy: return "J";
+        case Quantity::Length: return "m";
+        case Quantity::Area: return "m2";
+        case Quantity::SpecificPower: return "W/(kg/s)";
+        case Quantity::Density:
+        case Quantity::Concentration: return "kg/m3";
+        case Quantity::Money: return "$";
+        case Quantity::MoleFlow: return "kmol/s";
+        case Quantity::HeatCapacity: return "J/(kg K)";
+        case Quantity::Diffusivity: return "m2/s";
+        default: return "";
+    }
+}
+
+// The physical inputs of an object with their units, in the units the model's own lines use, so
+// that every value above can be read with its unit.
+void WriteInputUnits(std::FILE* f, const CObject& obj);
+
+// An object's own description lines in display units, ended by a line break if the model left
+// none, then its values with units.
+template <class T>
+void WriteDescription(std::FILE* f, T& obj) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    if (std::FILE* buffer = open_memstream(&text, &size)) {
+        InDisplayUnits(obj, [&] { obj.WriteIDR_Description(buffer); });
+        std::fclose(buffer);
+        std::fputs(text, f);
+        if (size > 0 && text[size - 1] != '\n') std::fputc('\n', f);
+        std::free(text);
+    }
+    WriteInputUnits(f, obj);
+}
+
+void WriteInputUnits(std::FILE* f, const CObject& obj) {
+    std::string line;
+    for (const MemberRow& row : obj.MemberRows().All()) {
+        if (!row.input || row.type != MemberType::Real || row.quantity == Quantity::None ||
+            row.quantity == Quantity::Dimensionless) {
+            continue;
+        }
+        const DisplayUnit unit = row.DisplayFor(obj);
+        const char* name = unit.IsIdentity() && *unit.name == '\0' ? SiUnit(row.quantity) : unit.name;
+        char value[64];
+        std::snprintf(value, sizeof value, "%.6g", unit.ToDisplay(std::get<double>(row.get(obj))));
+        line += (line.empty() ? "" : "; ") + row.name + " = " + value + (*name ? " " : "") + name;
+    }
+    if (!line.empty()) std::fprintf(f, "Values with units: %s\n", line.c_str());
+}
+
 }  // namespace
 
 std::string OperationDescription(CTalOperation& op) {
@@ -89,6 +156,38 @@ void WriteMessages(std::FILE* f, const CTalDocEss& doc, const SimulationResult* 
     if (count == 0) std::fprintf(f, "No messages: every operation ended normally.\n");
 }
 
+namespace {
+
+// Columns that a UTF-8 text takes: one per character (bytes that continue a character do not count).
+std::size_t Columns(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+// Cells of the stream table: a text padded to its width when it fits, else a mark such as "[2]"
+// that the legend under the block spells out, so that no name is cut.
+class Cells {
+public:
+    std::string Fit(const std::string& text, std::size_t width, bool left) {
+        std::string shown = text;
+        if (Columns(text) > width) {
+            shown = "[" + std::to_string(legend_.size() + 1) + "]";
+            legend_.push_back(shown + " " + text);
+        }
+        const std::string pad(width - Columns(shown), ' ');
+        return left ? shown + pad : pad + shown;
+    }
+    void WriteLegend(std::FILE* f) {
+        for (const std::string& line : legend_) std::fprintf(f, "%s\n", line.c_str());
+        legend_.clear();
+    }
+
+private:
+    std::vector<std::string> legend_;
+};
+
+}  // namespace
+
 void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
     const bool perBatch = doc.IsBatchMode();
     const double factor = perBatch ? doc.PlantBatchTime() : 3600.0;
@@ -96,21 +195,22 @@ void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
     std::vector<const CTalStream*> streams;
     for (const auto& s : doc.Streams()) streams.push_back(s.get());
     Rule(f, "STREAM TABLE");
-    constexpr std::size_t kColumns = 6;
+    constexpr std::size_t kColumns = 6, kNameWidth = 26, kWidth = 14;
+    Cells cells;
     for (std::size_t first = 0; first < streams.size(); first += kColumns) {
         const std::size_t last = std::min(first + kColumns, streams.size());
         std::fprintf(f, "%-26s", (std::string("Stream (") + unit + ")").c_str());
-        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.14s", streams[k]->Name().c_str());
+        for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %s", cells.Fit(streams[k]->Name(), kWidth, false).c_str());
         std::fprintf(f, "\n%-26s", "From / To");
         for (std::size_t k = first; k < last; ++k) {
             const CTalStream* s = streams[k];
             const std::string ends = (s->Source() ? s->Source()->Name() : std::string("feed")) + ">" +
                                      (s->Destination() ? s->Destination()->Name() : std::string("out"));
-            std::fprintf(f, " %14.14s", ends.c_str());
+            std::fprintf(f, " %s", cells.Fit(ends, kWidth, false).c_str());
         }
         std::fputc('\n', f);
         for (int i = 0; i < doc.NumberOfComponents(); ++i) {
-            std::fprintf(f, "%-26.26s", doc.Comps()->at(static_cast<std::size_t>(i))->name.c_str());
+            std::fprintf(f, "%s", cells.Fit(doc.Comps()->at(static_cast<std::size_t>(i))->name, kNameWidth, true).c_str());
             for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->ComponentFlow(i) * factor);
             std::fputc('\n', f);
         }
@@ -124,7 +224,9 @@ void WriteStreamTable(std::FILE* f, const CTalDocEss& doc) {
         for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.3f", streams[k]->VolFlow() * factor * 1000.0);
         std::fprintf(f, "\n%-26s", "Vapour mass fraction");
         for (std::size_t k = first; k < last; ++k) std::fprintf(f, " %14.4f", streams[k]->TotalVaporMassFrac());
-        std::fprintf(f, "\n\n");
+        std::fputc('\n', f);
+        cells.WriteLegend(f);
+        std::fputc('\n', f);
     }
 }
 
@@ -136,14 +238,14 @@ void WriteInputDataReport(std::FILE* f, CTalDocEss& doc) {
                      p->IsFlowsheetInBatchMode() ? "batch plant" : "continuous plant");
         if (CTalEquipment* e = p->Equipment()) {
             std::fprintf(f, "Equipment %s (%s)\n", e->Name().c_str(), e->IsA().c_str());
-            InDisplayUnits(*e, [&] { e->WriteIDR_Description(f); });
+            WriteDescription(f, *e);
         }
         for (int i = 0; i < p->NumberOfOps(); ++i) {
             CTalOperation* op = p->GetOp(i);
             std::fprintf(f, "\nOperation %s (%s): %s\n", op->Name().c_str(), op->IsA().c_str(),
                          OperationDescription(*op).c_str());
             WriteOperationTimes(f, *op);
-            InDisplayUnits(*op, [&] { op->WriteIDR_Description(f); });
+            WriteDescription(f, *op);
         }
     }
 }
@@ -186,7 +288,13 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
                  doc.IsBatchMode() ? "batch" : "continuous");
     if (doc.IsBatchMode()) std::fprintf(f, ", plant batch time %.2f h", doc.PlantBatchTime() / 3600.0);
     std::fprintf(f, ")\n");
-    if (result && result->passes > 1) std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
+    if (result && result->passes > 1) {
+        if (result->completed) {
+            std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
+        } else {
+            std::fprintf(f, "Back-propagation did not settle: %d sweeps ran (see the errors below).\n", result->passes);
+        }
+    }
     WriteMessages(f, doc, result);
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);

@@ -16,6 +16,13 @@ std::string Hex(unsigned v, int digits) {
     return buffer;
 }
 bool IsBuilt(const char* className) { return RosterClasses().Find(className) != nullptr; }
+// A procedure can be used when its equipment (if any) and its default operation are built.
+bool IsBuilt(const roster::ProcedureEntry& p) {
+    const auto* equipment = p.equipmentType ? roster::FindEquipment(p.equipmentType) : nullptr;
+    const auto* operation = p.defaultOperation ? roster::FindOperation(p.defaultOperation) : nullptr;
+    return (!p.equipmentType || (equipment && IsBuilt(equipment->className))) &&
+           (!p.defaultOperation || (operation && IsBuilt(operation->className)));
+}
 json TextOrNull(const char* s) { return s ? json(s) : json(nullptr); }
 }  // namespace
 
@@ -37,10 +44,11 @@ void WriteRoster(std::FILE* f) {
     }
     std::fprintf(f, "\nPROCEDURES (procedure ID, name in the procedure map, equipment type, icon, default operation)\n");
     for (const auto& p : roster::Procedures()) {
-        std::fprintf(f, "  %s  %-58s %-7s %s  %s\n", Hex(p.procedureId, 4).c_str(),
+        std::fprintf(f, "  %s  %-58s %-7s %s  %-6s%s\n", Hex(p.procedureId, 4).c_str(),
                      p.mapName ? (std::string("\"") + p.mapName + "\"").c_str() : "(not listed)",
                      p.equipmentType ? Hex(static_cast<unsigned>(p.equipmentType), 4).c_str() : "none",
-                     Hex(p.iconId, 4).c_str(), p.defaultOperation ? Hex(p.defaultOperation, 4).c_str() : "none");
+                     Hex(p.iconId, 4).c_str(), p.defaultOperation ? Hex(p.defaultOperation, 4).c_str() : "none",
+                     IsBuilt(p) ? "" : "  [not built yet]");
     }
     std::fprintf(f, "\nICONS (icon ID, class, input ports, output ports, vent port)\n");
     for (const auto& i : roster::Icons()) {
@@ -68,7 +76,8 @@ json RosterToJson() {
         procedures.push_back({{"id", Hex(p.procedureId, 4)}, {"map_name", TextOrNull(p.mapName)},
                               {"equipment", p.equipmentType ? json(Hex(static_cast<unsigned>(p.equipmentType), 4)) : json(nullptr)},
                               {"icon", Hex(p.iconId, 4)},
-                              {"default_operation", p.defaultOperation ? json(Hex(p.defaultOperation, 4)) : json(nullptr)}});
+                              {"default_operation", p.defaultOperation ? json(Hex(p.defaultOperation, 4)) : json(nullptr)},
+                              {"built", IsBuilt(p)}});
     }
     json icons = json::array();
     for (const auto& i : roster::Icons()) {

@@ -184,3 +184,28 @@ TEST(FlowsheetLoader, StockMixtureErrorsNameTheirPlace) {
 
 }  // namespace
 }  // namespace unitops
+
+namespace unitops {
+namespace {
+
+// The sizes of the user's cost model are in the unit of the class's size variable: a plain
+// number as it stands, a text with a unit converted to it.
+TEST(LoaderCostModel, SizesTakeUnitsOfTheClassSizeVariable) {
+    const auto sizes = [](const std::string& type, const std::string& equipment) {
+        const std::string text = R"({"components": ["Water"], "streams": {"A": {"flows": {"Water": 1}}},
+          "procedures": [{"type": ")" + type + R"(", "inputs": ["A"], "equipment": {)" + equipment + "}}]}";
+        auto doc = LoadFlowsheet(text, "test.json");
+        const UserCostModel& m = doc->Procedures()[0]->Equipment()->m_UserCostModel;
+        return std::vector<double>{m.referenceSize, m.minSize, m.maxSize};
+    };
+    const std::string vessel = "Vessel Procedure (Generic)";
+    EXPECT_EQ(sizes(vessel, R"("UserCostReferenceSize": "2000 L", "UserCostMinSize": 0.5, "UserCostMaxSize": "8")"),
+              (std::vector<double>{2.0, 0.5, 8.0}));
+    const std::vector<double> mixer = sizes("0xA087", R"("UserCostReferenceSize": "5 t/h", "UserCostMaxSize": 9000)");
+    EXPECT_NEAR(mixer[0], 5000.0, 1e-9);
+    EXPECT_EQ(mixer[2], 9000.0);
+    EXPECT_THROW(sizes(vessel, R"("UserCostReferenceSize": "2 kg")"), InputError);
+}
+
+}  // namespace
+}  // namespace unitops

@@ -10,6 +10,26 @@
 namespace unitops {
 namespace {
 
+double PerBatch(const CTalDocEss& doc, const CTalSModel& s) { return s.MassFlow() * doc.PlantBatchTime(); }
+
+// What enters each procedure (its first state and its inputs) leaves it (its outputs and last
+// state): the stream table balances.
+void ExpectMassCloses(const CTalDocEss& doc) {
+    for (const auto& p : doc.Procedures()) {
+        double in = PerBatch(doc, *p->GetState(0)), out = PerBatch(doc, *p->GetState(p->NumberOfStates() - 1));
+        for (int port = 0; port < p->NumberOfInPorts(); ++port) {
+            if (p->InStream(port)) in += PerBatch(doc, *p->InStream(port));
+        }
+        for (int port = 0; port < p->NumberOfOutPorts(); ++port) {
+            if (p->OutStream(port)) out += PerBatch(doc, *p->OutStream(port));
+        }
+        EXPECT_NEAR(out, in, 1e-9 * in) << p->Name();
+        for (int i = 0; i < p->GetState(0)->NumberOfComponents(); ++i) {
+            EXPECT_GE(p->GetState(p->NumberOfStates() - 1)->ComponentFlow(i), 0.0);
+        }
+    }
+}
+
 class BatchRecipe : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -17,7 +37,7 @@ protected:
         result = Simulator(*doc).Run();
         ASSERT_TRUE(result.completed);
     }
-    double PerBatch(const CTalSModel& s) const { return s.MassFlow() * doc->PlantBatchTime(); }
+    double PerBatch(const CTalSModel& s) const { return unitops::PerBatch(*doc, s); }
     CTalOperation& Op(const char* procedure, const char* name) const {
         CTalProcedure* p = doc->FindProcedure(procedure);
         for (int i = 0; i < p->NumberOfOps(); ++i) {
@@ -29,21 +49,7 @@ protected:
     SimulationResult result;
 };
 
-TEST_F(BatchRecipe, MassClosesAcrossEveryProcedure) {
-    for (const auto& p : doc->Procedures()) {
-        double in = PerBatch(*p->GetState(0)), out = PerBatch(*p->GetState(p->NumberOfStates() - 1));
-        for (int port = 0; port < p->NumberOfInPorts(); ++port) {
-            if (p->InStream(port)) in += PerBatch(*p->InStream(port));
-        }
-        for (int port = 0; port < p->NumberOfOutPorts(); ++port) {
-            if (p->OutStream(port)) out += PerBatch(*p->OutStream(port));
-        }
-        EXPECT_NEAR(out, in, 1e-9 * in) << p->Name();
-        for (int i = 0; i < p->GetState(0)->NumberOfComponents(); ++i) {
-            EXPECT_GE(p->GetState(p->NumberOfStates() - 1)->ComponentFlow(i), 0.0);
-        }
-    }
-}
+TEST_F(BatchRecipe, MassClosesAcrossEveryProcedure) { ExpectMassCloses(*doc); }
 
 TEST_F(BatchRecipe, TheDownstreamDemandIsPulledOutInALaterSweep) {
     EXPECT_GT(result.passes, 1);
@@ -83,6 +89,52 @@ TEST_F(BatchRecipe, DisplacedAirLeavesThroughTheVent) {
     EXPECT_GT(vent->MassFlow(), 0.0);
     EXPECT_DOUBLE_EQ(vent->TotalVaporMassFrac(), 1.0);
     EXPECT_EQ(vent->ComponentFlow(0), 0.0);  // no water: only head-space gas is pushed out
+}
+
+// Sweeps stopped before the demand is met still show one whole sweep: no feed raised after it.
+TEST(BackPropagation, ARunCutShortShowsItsLastSweepWhole) {
+    auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_transfers.json");
+    SimulationOptions options;
+    options.maxPasses = 1;  // the recipe needs a second sweep
+    const SimulationResult result = Simulator(*doc, options).Run();
+    EXPECT_FALSE(result.completed);
+    EXPECT_EQ(result.passes, 1);
+    ASSERT_EQ(result.errors.size(), 1u);
+    EXPECT_NE(result.errors[0].find("did not settle in 1 sweeps"), std::string::npos) << result.errors[0];
+    ExpectMassCloses(*doc);
+}
+
+// The transfer out sends everything to P-2, so the pull out behind it never finds material:
+// raising the feeds cannot meet the demand of P-3 that the pull out took in.
+constexpr const char* kPullOutAfterEverythingLeft = R"json({
+  "flowsheet": {"mode": "batch", "PlantBatchTime": "8 h"},
+  "components": ["Water", "Sodium Chloride", "Nitrogen", "Oxygen"],
+  "streams": {"WATER": {"T": "20 degC", "flows": {"Water": "1000 kg/batch"}},
+              "SALT": {"T": "20 degC", "flows": {"Sodium Chloride": "50 kg/batch"}}},
+  "procedures": [
+    {"name": "P-1", "type": "Storage, Batch, in a Blending Tank", "inputs": ["WATER", "SALT"], "outputs": ["S-TR", "S-PO"],
+     "equipment": {"design": true},
+     "operations": [{"model": "Charge", "PortStream": "WATER"}, {"model": "Charge", "PortStream": "SALT"},
+                    {"model": "Transfer Out", "PortStream": "S-TR", "TransferProcedure": "P-2"},
+                    {"model": "Pull Out", "name": "PULL-OUT-1", "PortStream": "S-PO", "TransferProcedure": "P-3"}]},
+    {"name": "P-2", "type": "Vessel Procedure (Generic)", "inputs": ["S-TR"], "equipment": {"design": true},
+     "operations": [{"model": "Transfer In", "PortStream": "S-TR", "TransferProcedure": "P-1"}]},
+    {"name": "P-3", "type": "Vessel Procedure (Generic)", "inputs": ["S-PO"], "outputs": ["PRODUCT"], "equipment": {"design": true},
+     "operations": [{"model": "Transfer In", "PortStream": "S-PO", "TransferProcedure": "P-1"},
+                    {"model": "Transfer Out", "PortStream": "PRODUCT", "TransferOutMode": 2, "MassOut": "500 kg"}]}]})json";
+
+TEST(BackPropagation, ADemandThatRaisingTheFeedsCannotMeetStopsTheSweeps) {
+    auto doc = LoadFlowsheet(kPullOutAfterEverythingLeft, "test");
+    const SimulationResult result = Simulator(*doc).Run();
+    EXPECT_FALSE(result.completed);
+    EXPECT_LT(result.passes, 6);
+    ASSERT_FALSE(result.errors.empty());
+    EXPECT_NE(result.errors[0].find("P-1 / PULL-OUT-1 asks 500.0000 kg/batch"), std::string::npos) << result.errors[0];
+    // The feeds are back as given, and the table balances.
+    EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("WATER")), 1000.0, 1e-9);
+    EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("SALT")), 50.0, 1e-9);
+    EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("S-TR")), 1050.0, 1e-6);
+    ExpectMassCloses(*doc);
 }
 
 }  // namespace

@@ -4,21 +4,33 @@
 // host carries each bid back up the flowsheet to the feeds, or to an operation that takes the
 // demand in (a pull out), and scales them so that the next sweep delivers the amount.
 
+#include <map>
+#include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "unitops/contract/flowsheet.hpp"
 
 namespace unitops {
 
+enum class BidOutcome {
+    Settled,  //!< no bid changes anything: the sweep's results stand
+    Changed,  //!< feeds or absorbed amounts were raised: another sweep is needed
+    Futile,   //!< the last raise did not help any open bid: nothing was applied
+};
+
 class BackPropagation {
 public:
     BackPropagation(CTalDocEss& doc, double relativeTolerance) : doc_(doc), tolerance_(relativeTolerance) {}
 
-    //! Applies the bids of the last sweep. True if a feed or an absorbed amount changed, so that
-    //! another sweep is needed; `problems` gets the bids that nothing upstream can meet.
-    bool ApplyBids(std::vector<std::string>& problems);
+    //! Applies the bids of the last sweep, or with `apply` false only tells whether they would
+    //! change anything. `problems` gets the bids that nothing upstream can raise (warnings) or,
+    //! when the outcome is Futile, the demands that the last raise did not bring closer.
+    BidOutcome ApplyBids(std::vector<std::string>& problems, bool apply = true);
+    //! Puts the feeds back as they were before the last bids were applied.
+    void UndoLastRaise();
     //! Can the flow of `s` be changed by scaling what makes it upstream. `procedures` gets the
     //! procedures whose outputs the scale-up changes, upstream first; `reason` says why not.
     bool CanScale(CTalStream& s, std::vector<CTalProcedure*>& procedures, std::string& reason) const;
@@ -26,8 +38,25 @@ public:
     void ScaleTo(CTalStream& s, double kgPerS, std::vector<CTalProcedure*>& procedures);
 
 private:
-    bool ApplyStateBid(CTalProcedure& p, const CTalProcedure::StateBid& bid, std::vector<std::string>& problems);
-    bool ApplyStreamBid(CTalStream& s, std::vector<std::string>& problems);
+    //! A bid of this sweep that scaling upstream can act on.
+    struct OpenBid {
+        std::pair<const void*, const void*> key;  //!< procedure and operation, or the stream
+        double reached = 0.0;                       //!< kg/s held (contents) or carried (stream)
+        std::string demand;                         //!< the demand, for the user
+        std::vector<CTalStream*> sources;           //!< state bids: the streams to raise
+        CTalProcedure* procedure = nullptr;
+        double deficit = 0.0;                       //!< state bids: kg/s missing
+        CTalStream* stream = nullptr;               //!< stream bids
+        double want = 0.0;                          //!< stream bids: kg/s asked
+    };
+
+    void CollectStateBid(CTalProcedure& p, const CTalProcedure::StateBid& bid, std::vector<OpenBid>& open,
+                         std::vector<std::string>& problems) const;
+    void CollectStreamBid(CTalStream& s, std::vector<OpenBid>& open, std::vector<std::string>& problems) const;
+    //! True if no open bid is new and none reaches more than after the sweep before the last raise.
+    bool LastRaiseWasFutile(const std::vector<OpenBid>& open) const;
+    void Apply(const OpenBid& bid);
+    void KeepFeeds();
     //! The streams through which material reaches state `stateIndex` of the procedure.
     std::vector<CTalStream*> Contributors(const CTalProcedure& p, int stateIndex) const;
     //! The operation of the stream's source procedure that gives material to it.
@@ -41,6 +70,8 @@ private:
 
     CTalDocEss& doc_;
     double tolerance_;
+    std::map<std::pair<const void*, const void*>, double> raised_;  //!< bids of the last raise: what they reached
+    std::vector<std::pair<CTalStream*, std::unique_ptr<CTalStream>>> feedsBeforeRaise_;
 };
 
 }  // namespace unitops

@@ -98,6 +98,10 @@ public:
     virtual std::string SizeVarNameForUDCM() const { return ""; }
     virtual std::string SizeVarUnitsForUDCM() const { return ""; }
     virtual double SizeVarValueForUDCM() const { return 0.0; }
+    //! The kind of quantity of the size variable, and the factor from its SI unit to the unit of
+    //! SizeVarUnitsForUDCM: sizes of the user's cost model given with a unit are converted by them.
+    virtual Quantity SizeVarQuantityForUDCM() const { return Quantity::Dimensionless; }
+    virtual double SizeVarFactorForUDCM() const { return 1.0; }
     virtual double MaxSizeVarValueForUDCM() const { return 0.0; }
     virtual double Size() const { return 0.0; }
     virtual std::string SizeUnits() const { return ""; }

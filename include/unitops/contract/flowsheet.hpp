@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "unitops/contract/component.hpp"
@@ -83,6 +84,9 @@ public:
     const std::vector<std::unique_ptr<CTalStream>>& Streams() const { return streams_; }
     const std::vector<std::unique_ptr<CTalProcedure>>& Procedures() const { return procedures_; }
     int GetProcedureIndex(const CTalProcedure* p) const;
+    //! A stream or procedure of this flowsheet was renamed: the look-ups are rebuilt.
+    void NamesChanged() { indexesStale_ = true; }
+
     // Removal: every operation may veto (…WillBeRemoved answers 0, and nothing changes); once the
     // object is gone, every operation is told so that it drops its references. `wnd` null is silent.
     bool RemoveStream(CTalStream* s, CWnd* wnd = nullptr);
@@ -90,6 +94,15 @@ public:
     bool RemoveProcedure(CTalProcedure* p, CWnd* wnd = nullptr);
 
 private:
+    //! Hashes texts and views alike, so that a look-up by view makes no string.
+    struct NameHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+    };
+    template <class T>
+    using NameIndex = std::unordered_map<std::string, T*, NameHash, std::equal_to<>>;
+    void RebuildIndexes() const;
+
     //! Calls `f` on every operation of every procedure.
     template <class F>
     void ForEachOperation(F&& f) const {
@@ -107,6 +120,12 @@ private:
     std::vector<CTalStockMixture> mixtures_;
     std::vector<std::unique_ptr<CTalStream>> streams_;
     std::vector<std::unique_ptr<CTalProcedure>> procedures_;
+    // Look-ups by name (the first of a name wins, as in the lists) and by address; rebuilt after a
+    // rename or a removal.
+    mutable NameIndex<CTalStream> streamsByName_;
+    mutable NameIndex<CTalProcedure> proceduresByName_;
+    mutable std::unordered_map<const CTalProcedure*, int> procedureIndex_;
+    mutable bool indexesStale_ = false;
 };
 
 }  // namespace unitops

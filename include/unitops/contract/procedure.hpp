@@ -66,7 +66,7 @@ public:
     // Identity and place
     CTalDocEss* Owner() const { return doc_; }
     std::string Name(bool = false) const { return name_; }
-    void SetName(std::string n) { name_ = std::move(n); }
+    void SetName(std::string n);
     unsigned UnitProcID() const { return unitProcId_; }
     CTalProcBlock& Block() { return block_; }
     CTalUIcon* UIcon() const { return block_.UIcon(); }

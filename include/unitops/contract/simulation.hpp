@@ -51,9 +51,12 @@ public:
     SimulationResult Run(ValidationSink* sink = nullptr);
 
 private:
+    //! Place of a procedure in the flowsheet's list.
+    std::size_t Index(const CTalProcedure* p) const;
     //! Host checks of data that no model owns: a vessel that starts full of air needs both gases.
     void CheckDefaultContents(ValidationSink& sink) const;
     void RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep);
+    void SweepUntilSettled(SimulationResult& result);
     void SizeByDefault(CTalProcedure& p);
     //! Recomputes the default contents from the sizes the last sweep designed; true if they changed.
     bool DefaultContentsChanged();

@@ -213,7 +213,7 @@ public:
     int StreamTypeID() const override { return 1; }
 
     const std::string& Name() const { return name_; }
-    void SetName(std::string n) { name_ = std::move(n); }
+    void SetName(std::string n);
     CTalProcedure* Source() const { return source_; }
     CTalProcedure* Destination() const { return destination_; }
     int SourcePort() const { return sourcePort_; }

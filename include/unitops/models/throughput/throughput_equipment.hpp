@@ -16,6 +16,8 @@ public:
     std::string SizeVarNameForUDCM() const override { return "Rated Throughput"; }
     std::string SizeVarUnitsForUDCM() const override { return " kg/h"; }
     double SizeVarValueForUDCM() const override { return m_RatedThroughput * 3600.0; }
+    Quantity SizeVarQuantityForUDCM() const override { return Quantity::MassFlow; }
+    double SizeVarFactorForUDCM() const override { return 3600.0; }
     double MaxSizeVarValueForUDCM() const override { return m_MaxThroughput; }
     double Size() const override { return m_RatedThroughput; }
     std::string SizeUnits() const override { return " kg/s"; }
@@ -54,6 +56,8 @@ public:
 
     std::string SizeVarUnitsForUDCM() const override { return " parts/min"; }
     double SizeVarValueForUDCM() const override { return m_RatedThroughput * 60.0; }
+    Quantity SizeVarQuantityForUDCM() const override { return Quantity::Dimensionless; }  // parts have no unit
+    double SizeVarFactorForUDCM() const override { return 1.0; }
     std::string SizeUnits() const override { return " parts/sec"; }
     bool SetNumericalValue(int id, double value, int = 0) override;
     DisplayUnit ThroughputUnit() const override { return display::kPartsPerMin; }

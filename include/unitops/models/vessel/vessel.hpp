@@ -48,6 +48,7 @@ public:
     std::string SizeVarNameForUDCM() const override { return "Volume"; }
     std::string SizeVarUnitsForUDCM() const override { return "m3"; }
     double SizeVarValueForUDCM() const override { return m_Volume; }
+    Quantity SizeVarQuantityForUDCM() const override { return Quantity::Volume; }
     double MaxSizeVarValueForUDCM() const override { return m_MaxVolume / 1000.0; }
     double Size() const override { return m_Volume; }
     std::string SizeUnits() const override { return "m3"; }
