@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -13,13 +14,23 @@ namespace unitops {
 
 namespace {
 
-//! Runs `write` with the object in display units, as the reports show values.
+//! Runs `write` with the object in display units, as the reports show values. A value converted
+//! to display units and back may differ in its last bit, so the real members are put back as they
+//! were: printing a report never changes the data.
 template <class T, class Write>
 void InDisplayUnits(T& obj, Write&& write) {
-    const bool wasInternal = obj.IsInInternalUnits() != 0;
-    if (wasInternal) obj.ConvertToDisplayUnits();
+    if (!obj.IsInInternalUnits()) {
+        write();
+        return;
+    }
+    std::vector<std::pair<const MemberRow*, MemberValue>> kept;
+    for (const MemberRow& r : obj.MemberRows().All()) {
+        if (r.type == MemberType::Real && r.stored) kept.emplace_back(&r, r.get(obj));
+    }
+    obj.ConvertToDisplayUnits();
     write();
-    if (wasInternal) obj.ConvertToInternalUnits();
+    obj.ConvertToInternalUnits();
+    for (const auto& [row, value] : kept) row->set(obj, value);
 }
 
 void Rule(std::FILE* f, const char* title) {
