@@ -21,6 +21,7 @@ class CTalProcedure;
 class CTalOperation;
 class CTalDocEss;
 class CTalProcBlock;
+class CTalStoichReactionScheme;
 
 //! Time basis of a flow: per second, per hour, per batch.
 enum FlowrateTimeRef { kPerSecond = 0, kPerHour = 1, kPerBatch = 2 };
@@ -143,6 +144,12 @@ public:
     //! Isothermal flash of this state at (T, P): vapour into `gas`, condensate into `liquid`.
     //! Raoult's law with the components' vapour-pressure correlations; 0 with a message on failure.
     int Condense(CTalSModel& gas, CTalSModel& liquid, double T, double P, std::string& message) const;
+
+    //! Runs the reactions of `scheme` in sequence at T, each on the state the one before left, and
+    //! leaves the new composition here. `heat` is the rate of heat the reactions take up, W (positive
+    //! when they take it up), on the state's flow basis. 0 on failure, reported to `op`.
+    int MultipleStoichRxnCalculations(CTalOperation* op, CTalStoichReactionScheme& scheme, double T, double& heat,
+                                      int isLiquid = 1);
 
     void Serialize(CArchive& ar) override;
 
