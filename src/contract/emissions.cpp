@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "unitops/contract/archive.hpp"
+#include "unitops/contract/operation.hpp"
 
 namespace unitops {
 
@@ -58,6 +59,36 @@ void CTalEmissionsSpec::CalcDisplacementEmissions(CTalSModel&, CTalSModel& gas, 
         emission.SetComponentVaporFrac(i, 1.0);
         gas.SetComponentFlow(i, gas.ComponentFlow(i) - leaving);
     }
+}
+
+void CTalEmissionsSpec::CalcRxnEmissions(CTalSModel&, CTalSModel& vapor, CTalSModel& emission, double pressure,
+                                         double headspaceVolume) const {
+    emission.Zero(false, true);
+    emission.SetTemp(vapor.Temp());
+    emission.SetPress(pressure);
+    const double formed = vapor.MoleFlow();
+    if (!(formed > 0.0)) return;
+    double share = 1.0;
+    const bool batch = owner_ && owner_->IsCyclical();
+    const double T = vapor.Temp();
+    if (batch && headspaceVolume > 0.0 && pressure > 0.0 && T > 0.0) {
+        // Kept in the head space at the end of a cycle, as a flow on the batch basis.
+        const double Tb = owner_->BatchReferenceTime();
+        const double kept = pressure * headspaceVolume / (CTalSModel::kGasConstant * T) * owner_->NumberOfCycles() /
+                            (Tb > 0.0 ? Tb : 1.0);
+        share = std::max(1.0 - kept / formed, 0.0);
+    }
+    for (int i = 0; i < vapor.NumberOfComponents(); ++i) {
+        const double leaving = vapor.ComponentFlow(i) * share * EmissionFrac(i);
+        if (!(leaving > 0.0)) continue;
+        emission.SetComponentFlow(i, leaving);
+        emission.SetComponentVaporFrac(i, 1.0);
+        vapor.SetComponentFlow(i, vapor.ComponentFlow(i) - leaving);
+    }
+}
+
+void CTalEmissionsSpec::WriteIDR_Description(std::FILE* f) const {
+    std::fprintf(f, "Emissions      : %s\n", PerformEmissionCalcs() ? "calculated (vapour leaves by the vent)" : "not calculated");
 }
 
 void CTalEmissionsSpec::Serialize(CArchive& ar) {

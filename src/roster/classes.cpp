@@ -1,6 +1,8 @@
 // Every class of the library that can be created by name: the host's persisted classes and
 // the models. A model becomes available to the factories and the archive by its line here.
 #include "unitops/contract/stream.hpp"
+#include "unitops/models/reaction/reaction_op.hpp"
+#include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
@@ -37,6 +39,10 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalVesselOp), RUNTIME_CLASS(CTalThermalVesselOp), RUNTIME_CLASS(CTalTransferOp),
                  RUNTIME_CLASS(CTalTransferInOp), RUNTIME_CLASS(CTalChargeOp), RUNTIME_CLASS(CTalTransferOutOp),
                  RUNTIME_CLASS(CTalPullOutOp),
+                 // Reactions
+                 RUNTIME_CLASS(CTalRxnOp), RUNTIME_CLASS(CTalStoichRxnOp), RUNTIME_CLASS(CTalBatchStoichRxnOp),
+                 RUNTIME_CLASS(CTalContStoichRxnOp), RUNTIME_CLASS(CTalPFStoichRxnOp),
+                 RUNTIME_CLASS(CTalGenBatchStoichRxnOp),
              }) {
             r.Register(c);
         }

@@ -2,6 +2,7 @@
 // Emissions of an operation to the vent of its procedure: whether they are calculated,
 // which components may leave, and the laws by which head-space gas leaves the vessel.
 
+#include <cstdio>
 #include <vector>
 
 #include "unitops/contract/object.hpp"
@@ -48,6 +49,16 @@ public:
     //! `gas` leaves (times its emission fraction). What leaves is moved from `gas` into `emission`.
     void CalcDisplacementEmissions(CTalSModel& liquid, CTalSModel& gas, CTalSModel& emission, double freeVolume,
                                    double displacedVolume) const;
+
+    //! Vapour formed by a reaction leaves through the vent. A continuous operation (or one without
+    //! head space) passes all of it; in a batch the head space of `headspaceVolume` m3 per cycle
+    //! keeps an ideal gas at `pressure` and the vapour's temperature, and only the rest leaves. Each
+    //! component leaves in the same share (times its emission fraction). What leaves is moved from
+    //! `vapor` into `emission`; `liquid` is not changed.
+    void CalcRxnEmissions(CTalSModel& liquid, CTalSModel& vapor, CTalSModel& emission, double pressure,
+                          double headspaceVolume) const;
+    //! Line of the input data report.
+    void WriteIDR_Description(std::FILE* f) const;
 
     void Serialize(CArchive& ar) override;
 

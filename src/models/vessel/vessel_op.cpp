@@ -257,12 +257,7 @@ void CTalThermalVesselOp::PerformEnergyBalance(const CTalStateStream* in, CTalSt
     const double Tin = in->Temp();
     if (IsIsothermalMode()) {
         m_ExternalDuty = Hc * (m_ExitTemp - Tin) - m_Power;
-        m_HeatingDuty = m_CoolingDuty = 0.0;
-        if (m_ExternalDuty <= 0.0) {
-            m_CoolingDuty = -m_ExternalDuty;
-        } else {
-            m_HeatingDuty = m_ExternalDuty;
-        }
+        SplitNetDuty();
     } else {
         double rise = 0.0;
         if (Hc > 1e-15) {
@@ -279,6 +274,15 @@ void CTalThermalVesselOp::PerformEnergyBalance(const CTalStateStream* in, CTalSt
     // The agent's demand follows the larger duty; a model without an agent has none.
     const double duty = m_HeatingDuty > m_CoolingDuty ? m_HeatingDuty : m_CoolingDuty;
     m_AgentRate = m_HxAgent ? m_HxAgent->EnergyToMassF() * duty : 0.0;
+}
+
+void CTalThermalVesselOp::SplitNetDuty() {
+    m_HeatingDuty = m_CoolingDuty = 0.0;
+    if (m_ExternalDuty <= 0.0) {
+        m_CoolingDuty = -m_ExternalDuty;
+    } else {
+        m_HeatingDuty = m_ExternalDuty;
+    }
 }
 
 void CTalThermalVesselOp::DoPostSimChores(int flag, int other) {

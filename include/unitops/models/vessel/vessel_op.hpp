@@ -80,6 +80,8 @@ public:
     std::string ThermalModeName() const;
     //! Duties and exit temperature of the contents going from `in` to `out`, by the thermal mode.
     void PerformEnergyBalance(const CTalStateStream* in, CTalStateStream* out);
+    //! The net ExternalDuty as a cooling duty (at most zero) or a heating duty, the other zero.
+    void SplitNetDuty();
 
     int m_ThermalMode = kIsothermal;
     double m_ExternalDuty = 0.0;  //!< net duty, W

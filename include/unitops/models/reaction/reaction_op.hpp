@@ -1,0 +1,85 @@
+#pragma once
+// The base of every operation that transforms material inside a vessel: vent and emissions, the
+// phase of the reaction, and the steps that every reaction balance repeats (batch and continuous
+// frames, prologue, duties, vent emissions).
+
+#include <functional>
+#include <vector>
+
+#include "unitops/contract/emissions.hpp"
+#include "unitops/models/vessel/vessel_op.hpp"
+
+namespace unitops {
+
+class CTalReaction;
+class CTalReactorDR;
+
+class CTalRxnOp : public CTalThermalVesselOp {
+    TAL_DECLARE_CLASS(CTalRxnOp)
+public:
+    //! What a balance returns when it has already ended the run abnormally: the frame stops.
+    static constexpr int kBalanceEndedAbnormally = -1;
+    //! A balance: from `in` to `out`, with the head space of the vessel (m3, all units, one cycle).
+    using Balance = std::function<int(const CTalStateStream* in, CTalStateStream* out, double headspace)>;
+
+    CTalRxnOp() : CTalThermalVesselOp(1) {}
+
+    void Serialize(CArchive& ar) override;
+    CTalEmissions* EmissionsData() override { return &m_EmissionsSpec; }
+    void SetOwner(CTalProcedure* owner) override;
+    int IsAdequatelyConnectedForSimulation(CWnd* wnd) override;
+    bool IsInPortUsed(int port, int flag) const override;
+    bool IsOutPortUsed(int port, int flag) const override;
+    void CopyDataInto(CTalOperation* target, int flag) const override;
+    void InitSimModelParams() override;
+    void InitCostParams() override;
+    int WriteIDR_Description(std::FILE* f) override;
+    void GetCustomDescription(std::string& text) const override;
+    bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return !m_EmissionsSpec.PerformEmissionCalcs(); }
+    //! The recorder of profiles; none at this level.
+    virtual CTalReactorDR* GetDataRecorder() { return nullptr; }
+    //! Stores one point of the profiles: x, the concentrations y[0..n), the duty and the temperature.
+    virtual void RecordData(int i, double x, int n, double* y);
+
+    int IsRxnPhaseLiquid() const { return m_IsRxnPhaseLiquid; }
+    void SetIsRxnPhaseLiquid(int v) { m_IsRxnPhaseLiquid = v; }
+    CTalEmissionsSpec& EmissionsSpec() { return m_EmissionsSpec; }
+    //! The first output stream, in port order, that exists and is not the vent stream.
+    CTalStream* ProductStream() const;
+    //! The stream on the vent port of the emissions spec (the procedure's vent by default).
+    CTalStream* SpecVentStream() const;
+
+    CTalEmissionsSpec m_EmissionsSpec;
+    int m_IsRxnPhaseLiquid = 1;
+    //! Set by a balance before a numerical solver starts, read by its callbacks.
+    const CTalStateStream* m_ReactionInState = nullptr;
+    CTalStateStream* m_ReactionOutState = nullptr;
+
+protected:
+    //! The body of Solve of the batch vessel forms; `copyFirst` copies `in` to `out` before all.
+    int BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
+                           bool copyFirst = true);
+    //! The body of Solve of the continuous vessel forms.
+    int ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance);
+    //! Pressure from the feed unless set; false (with a message) when emissions need a vent stream
+    //! that is not there.
+    void ProloguePressure(const CTalStateStream* in, CTalStateStream* out);
+    bool PrologueVentCheck();
+    //! Power from the specific power or the other way round; `guard` protects an empty vessel.
+    void ProloguePower(bool guard);
+    //! In duty-set mode, a non-zero ExternalDuty is the user's net duty: it sets the heating or
+    //! the cooling duty that the balance reads.
+    void TakeUserDuty();
+    //! Duties of an isothermal run from the reference components' changes; `sumH` returns the heat.
+    void IsothermalDutyBalance(const CTalStateStream* in, const CTalStateStream* out, double& sumH,
+                               const std::vector<const CTalReaction*>& reactions);
+    void FinishDuties();
+    //! The agent's rate for the larger duty.
+    void SetAgentRate();
+    //! Vapour of `out` to the vent by the emission model; the emission state at `emissionPress`.
+    void VentEmissionStep(CTalStateStream* out, double headspace, double emissionPress = 101325.0);
+    //! Vessel volume, its units and the head space left by the working volume (all units).
+    double Headspace() const;
+};
+
+}  // namespace unitops

@@ -1,0 +1,282 @@
+#include "unitops/models/reaction/reaction_op.hpp"
+
+#include <cmath>
+
+#include "unitops/contract/archive.hpp"
+#include "unitops/contract/flowsheet.hpp"
+#include "unitops/contract/procedure.hpp"
+#include "unitops/contract/reaction.hpp"
+#include "unitops/models/vessel/vessel.hpp"
+
+namespace unitops {
+
+const MemberTable& CTalRxnOp::Members() {
+    using namespace members;
+    using C = CTalRxnOp;
+    static const MemberTable table(CTalThermalVesselOp::Members(), {
+        Computed(
+            "PerformEmissionCalcs", MemberType::Integer, Quantity::None, display::kNone,
+            [](const CObject& o) -> MemberValue { return static_cast<const C&>(o).m_EmissionsSpec.PerformEmissionCalcs() ? 1 : 0; },
+            [](CObject& o, const MemberValue& v) { static_cast<C&>(o).m_EmissionsSpec.SetPerformEmissionCalcs(std::get<int>(v) != 0); }),
+        Word("IsRxnPhaseLiquid", &C::m_IsRxnPhaseLiquid),
+    });
+    return table;
+}
+
+TAL_IMPLEMENT_CLASS(CTalRxnOp, CTalThermalVesselOp)
+
+namespace {
+constexpr unsigned kHelpVolumeRatio = 0x50;
+constexpr double kJoulePerKcal = 4180.0;
+
+std::string Format(const char* format, auto... args) {
+    char buffer[512];
+    std::snprintf(buffer, sizeof buffer, format, args...);
+    return buffer;
+}
+}  // namespace
+
+void CTalRxnOp::Serialize(CArchive& ar) {
+    CTalThermalVesselOp::Serialize(ar);
+    m_EmissionsSpec.Serialize(ar);
+    SerializeOwnMembers(ar, Members());
+}
+
+void CTalRxnOp::SetOwner(CTalProcedure* owner) {
+    CTalThermalVesselOp::SetOwner(owner);
+    m_EmissionsSpec.SetOwner(this);
+}
+
+void CTalRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
+    CTalThermalVesselOp::CopyDataInto(target, flag);
+    auto* t = dynamic_cast<CTalRxnOp*>(target);
+    if (!t || t == this) return;
+    t->m_EmissionsSpec = m_EmissionsSpec;
+    t->m_EmissionsSpec.SetOwner(t);
+    t->m_IsRxnPhaseLiquid = m_IsRxnPhaseLiquid;
+}
+
+void CTalRxnOp::InitSimModelParams() {
+    CTalThermalVesselOp::InitSimModelParams();
+    m_IsContinuousModel = 0;
+    m_IsRxnPhaseLiquid = 1;
+    m_EmissionsSpec = CTalEmissionsSpec{};
+    m_EmissionsSpec.SetOwner(this);
+}
+
+void CTalRxnOp::InitCostParams() { InitLabor(1.0, 0.5, 0x1200, 0x1200); }
+
+// ---------------------------------------------------------------- ports and connections
+
+CTalStream* CTalRxnOp::SpecVentStream() const {
+    const int port = m_EmissionsSpec.GaseousPortID();
+    return port >= 0 ? OutStream(port) : VentStream();
+}
+
+CTalStream* CTalRxnOp::ProductStream() const {
+    const CTalStream* vent = SpecVentStream();
+    for (int port = 0; port < NumberOfOutStreams(); ++port) {
+        CTalStream* s = OutStream(port);
+        if (s && s != vent) return s;
+    }
+    return nullptr;
+}
+
+namespace {
+int VentPortOf(const CTalRxnOp& op) {
+    const int port = op.m_EmissionsSpec.GaseousPortID();
+    if (port >= 0) return port;
+    return op.Owner() ? op.Owner()->VentPortID() : -1;
+}
+}  // namespace
+
+bool CTalRxnOp::IsInPortUsed(int port, int) const { return IsCyclical() ? false : InStream(port) != nullptr; }
+
+bool CTalRxnOp::IsOutPortUsed(int port, int flag) const {
+    if (flag) return false;
+    const bool ventUsed = port == VentPortOf(*this) && m_EmissionsSpec.PerformEmissionCalcs();
+    if (IsCyclical()) return ventUsed;
+    if (NumberOfOutStreams() < 2) return true;
+    return port == VentPortOf(*this) ? m_EmissionsSpec.PerformEmissionCalcs() : OutStream(port) != nullptr;
+}
+
+int CTalRxnOp::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
+    if (!CTalThermalVesselOp::IsAdequatelyConnectedForSimulation(wnd)) return 0;
+    if (IsCyclical()) return 1;
+    if (NumberOfOutStreams() < 2) return m_Owner && m_Owner->IsFullyConnected() ? 1 : 0;
+    const CTalStream* vent = SpecVentStream();
+    int attached = 0;
+    for (int port = 0; port < NumberOfOutStreams(); ++port) {
+        const CTalStream* s = OutStream(port);
+        if (s && s != vent && port != VentPortOf(*this)) ++attached;
+    }
+    if (attached == 0) {
+        ShowSimMsg("Please draw an output stream that is attached to a\nnon-vent port for removing the liquid/solid material.");
+        return 0;
+    }
+    if (attached > 1) {
+        ShowSimMsg("There must be only one stream attached to an outlet\nnon-vent port for removing the liquid/solid material.");
+        return 0;
+    }
+    return 1;
+}
+
+// ---------------------------------------------------------------- reports
+
+int CTalRxnOp::WriteIDR_Description(std::FILE* f) {
+    CTalThermalVesselOp::WriteIDR_Description(f);
+    std::fprintf(f, "Setup Time     = %-15.2lf\n", SetupTime());
+    std::fprintf(f, "Reaction Time  = %-15.2lf\n", ProcessTime());
+    m_EmissionsSpec.WriteIDR_Description(f);
+    return 1;
+}
+
+void CTalRxnOp::GetCustomDescription(std::string& text) const {
+    if (IsCyclical()) {
+        const DisplayUnit unit = ProcessTimeUnits().Display();
+        const double t = IsInInternalUnits() ? unit.ToDisplay(ProcessTime()) : ProcessTime();
+        text = Format("React in batch mode for %.2lf %s.", t, unit.name);
+    } else if (m_IsResidenceTimeSetByUser) {
+        text = Format("React continuously with a residence time of %.2lf h", m_ResidenceTime / 3600.0);
+    } else {
+        text = Format("React continuously with a working to vessel volume ratio of %.2lf %c",
+                      m_Volumes.workingToVesselVol * 100.0, '%');
+    }
+    if (IsOpDescriptionShort()) return;
+    // Members are in internal units outside dialogs: kelvin, watt, pascal.
+    switch (m_ThermalMode) {
+        case kIsothermal: text += Format(", at %.2lf \u00b0C", m_ExitTemp - 273.15); break;
+        case kAdiabatic: text += ", under adiabatic conditions"; break;
+        default: text += Format(", under external duty rate of %.2lf kcal/h", m_ExternalDuty * 3600.0 / kJoulePerKcal); break;
+    }
+    text += Format(" and pressure of %.3lf bar. ", m_OperPressure / 1e5);
+}
+
+void CTalRxnOp::RecordData(int, double, int, double*) {}
+
+// ---------------------------------------------------------------- shared steps
+
+double CTalRxnOp::Headspace() const {
+    const CTalVessel* vessel = EquipmentT();
+    if (!vessel) return 0.0;
+    return (vessel->Volume() - m_Volumes.workingVolume) * vessel->NumberOfUnits();
+}
+
+int CTalRxnOp::BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
+                                  bool copyFirst) {
+    if (copyFirst) in->CopyDataInto(*out, 1);
+    if (in->NonGaseousVolFlow() * 1e10 < 1e-15) {
+        if (!copyFirst) in->CopyDataInto(*out, 1);
+        return AbnormalSimEnding("No liquid/solid material is available for reaction.\nReaction calculations will be skipped.");
+    }
+    const double Tb = BatchReferenceTime();
+    const int cycles = std::max(NumberOfCycles(), 1);
+    const double Vin = in->NonGaseousVolFlow() * Tb / cycles;
+    int sizingOK = BatchVesselSizing(true, Vin, skipSizing);
+    const int balanceOK = balance(in, out, Headspace());
+    if (balanceOK == kBalanceEndedAbnormally) return 0;
+    const double finalVolume = out->NonGaseousVolFlow() * Tb / cycles;
+    if (finalVolume <= Vin) {
+        UpdateFinalVolumeAndRatio(finalVolume);
+    } else {
+        sizingOK = BatchVesselSizing(false, finalVolume, skipSizing);
+    }
+    int ratioOK = 1;
+    std::string text;
+    if (!IsFinalVolumeRatioInRange(text)) {
+        SetSimMsg(text, kHelpVolumeRatio);
+        ratioOK = 0;
+    }
+    CalcEquipCapacityUtilF();
+    return NormalSimEnding(sizingOK && balanceOK && ratioOK);
+}
+
+int CTalRxnOp::ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance) {
+    std::unique_ptr<CTalStateStream> feed = in->CreateCopy(in->Owner(), 1);
+    GetFeedFlow(feed.get());
+    const double Vdot = feed->NonGaseousVolFlow() / UtilFactor();
+    if (Vdot * 1e10 < 1e-15) {
+        return AbnormalSimEnding("No liquid/solid material is available for reaction.\nreaction calculations will be skipped.");
+    }
+    const int sizingOK = ContinuousVesselSizing(Vdot, skipSizing);
+    const int balanceOK = balance(feed.get(), out, Headspace());
+    if (balanceOK == kBalanceEndedAbnormally) return 0;
+    if (CTalStream* product = ProductStream()) out->CopyDataInto(*product, 1);
+    out->Zero(false, true);
+    CalcEquipCapacityUtilF();
+    return NormalSimEnding(sizingOK && balanceOK);
+}
+
+void CTalRxnOp::ProloguePressure(const CTalStateStream* in, CTalStateStream* out) {
+    if (!m_IsPressureSetByUser) m_OperPressure = in->Press();
+    out->SetPress(m_OperPressure);
+}
+
+bool CTalRxnOp::PrologueVentCheck() {
+    if (!m_EmissionsSpec.PerformEmissionCalcs() || SpecVentStream()) return true;
+    SetSimMsg("No stream is attached to the 'Vent' port.\nEmission calculations will be skipped.", 0);
+    return false;
+}
+
+void CTalRxnOp::ProloguePower(bool guard) {
+    const CTalEquipment* e = Equipment();
+    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
+    const double V = m_Volumes.workingVolume;
+    if (m_PowerMode == 1) {
+        m_SpecPower = guard && V <= 1e-15 ? 0.0 : m_Power / (units * V);
+    } else {
+        m_Power = m_SpecPower * V * units;
+    }
+}
+
+void CTalRxnOp::TakeUserDuty() {
+    if (!IsDutySetMode() || m_ExternalDuty == 0.0) return;
+    m_HeatingDuty = std::max(m_ExternalDuty, 0.0);
+    m_CoolingDuty = std::max(-m_ExternalDuty, 0.0);
+}
+
+void CTalRxnOp::IsothermalDutyBalance(const CTalStateStream* in, const CTalStateStream* out, double& sumH,
+                                      const std::vector<const CTalReaction*>& reactions) {
+    sumH = 0.0;
+    for (const CTalReaction* r : reactions) {
+        const int e = GetComponentIndex(r->EnthalpyRefComp());
+        if (e == -1) continue;
+        sumH += std::abs(in->ComponentMoleFlow(e) - out->ComponentMoleFlow(e)) * r->RxnEnthalpy(m_IsRxnPhaseLiquid, m_ExitTemp);
+    }
+    double dT = m_ExitTemp - in->Temp();
+    if (std::abs(dT) < 0.0001) dT = 0.0;
+    m_ExternalDuty = (in->MassFlow() * in->LiqSolCp() * dT + sumH) / UtilFactor() - m_Power;
+    SplitNetDuty();
+}
+
+void CTalRxnOp::FinishDuties() {
+    if (IsAdiabaticMode()) m_HeatingDuty = m_CoolingDuty = m_ExternalDuty = 0.0;
+    SetAgentRate();
+}
+
+void CTalRxnOp::SetAgentRate() {
+    const double duty = m_HeatingDuty <= m_CoolingDuty ? m_CoolingDuty : m_HeatingDuty;
+    m_AgentRate = m_HxAgent ? m_HxAgent->EnergyToMassF() * duty : 0.0;
+}
+
+void CTalRxnOp::VentEmissionStep(CTalStateStream* out, double headspace, double emissionPress) {
+    CTalStream* vent = SpecVentStream();
+    if (!IsCyclical() && vent) vent->Zero(false, true);
+    CTalEmissionStream* emission = EmissionStream();
+    if (!vent || !m_EmissionsSpec.PerformEmissionCalcs() || !emission) {
+        if (emission) emission->Zero(false, true);
+        return;
+    }
+    std::unique_ptr<CTalStateStream> vapor = out->CreateCopy(out->Owner(), 1);
+    std::unique_ptr<CTalStateStream> liquid = out->CreateCopy(out->Owner(), 1);
+    vapor->Zero(false, true);
+    liquid->Zero(false, true);
+    out->ExtractVaporPhase(*vapor, 1);
+    out->CopyDataInto(*liquid, 1);
+    m_EmissionsSpec.CalcRxnEmissions(*liquid, *vapor, *emission, m_OperPressure, headspace);
+    out->Mix(*liquid, *vapor);
+    emission->SetPress(emissionPress);
+    vent->Mix(*vent, *emission);
+}
+
+}  // namespace unitops
