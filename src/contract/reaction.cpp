@@ -266,6 +266,7 @@ void CTalStoichReaction::Serialize(CArchive& ar) {
     SerializeWord(ar, extentByUser_);
     SerializeWord(ar, extentRefCompSet_);
     SerializeValue(ar, extentRefComp_);
+    SerializeValue(ar, limitingComp_);  // the last run's finding, which the reports show
     SerializeValue(ar, extentRefConc_);
     SerializeValue(ar, extentRefConcComp_);
     std::int32_t no = schemeNo_;

@@ -13,6 +13,7 @@
 #include "unitops/io/database.hpp"
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/json_text.hpp"
+#include "unitops/io/reaction_entries.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -566,7 +567,11 @@ private:
             ref.SetName(ref.DefaultPrefix() + std::to_string(++counters[ref.DefaultPrefix()]));
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
-            SetMembers(ref, *spec, where, {"model", "name", "MasterOperation"});
+            SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
+            if (spec->contains("reactions")) {
+                ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
+                              doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);
+            }
             if (spec->contains("MasterOperation")) {
                 pendingMasters_.push_back({&ref, &(*spec)["MasterOperation"], Key(where, "MasterOperation")});
             }

@@ -27,7 +27,6 @@ TAL_IMPLEMENT_CLASS(CTalRxnOp, CTalThermalVesselOp)
 
 namespace {
 constexpr unsigned kHelpVolumeRatio = 0x50;
-constexpr double kJoulePerKcal = 4180.0;
 
 std::string Format(const char* format, auto... args) {
     char buffer[512];
@@ -132,24 +131,27 @@ int CTalRxnOp::WriteIDR_Description(std::FILE* f) {
 }
 
 void CTalRxnOp::GetCustomDescription(std::string& text) const {
+    const bool internal = IsInInternalUnits() != 0;
     if (IsCyclical()) {
         const DisplayUnit unit = ProcessTimeUnits().Display();
-        const double t = IsInInternalUnits() ? unit.ToDisplay(ProcessTime()) : ProcessTime();
+        const double t = internal ? unit.ToDisplay(ProcessTime()) : ProcessTime();
         text = Format("React in batch mode for %.2lf %s.", t, unit.name);
     } else if (m_IsResidenceTimeSetByUser) {
-        text = Format("React continuously with a residence time of %.2lf h", m_ResidenceTime / 3600.0);
+        text = Format("React continuously with a residence time of %.2lf h", internal ? m_ResidenceTime / 3600.0 : m_ResidenceTime);
     } else {
         text = Format("React continuously with a working to vessel volume ratio of %.2lf %c",
-                      m_Volumes.workingToVesselVol * 100.0, '%');
+                      internal ? m_Volumes.workingToVesselVol * 100.0 : m_Volumes.workingToVesselVol, '%');
     }
     if (IsOpDescriptionShort()) return;
-    // Members are in internal units outside dialogs: kelvin, watt, pascal.
+    // Shown in the display units: degrees Celsius, kcal/h, bar.
     switch (m_ThermalMode) {
-        case kIsothermal: text += Format(", at %.2lf \u00b0C", m_ExitTemp - 273.15); break;
+        case kIsothermal: text += Format(", at %.2lf \u00b0C", internal ? m_ExitTemp - 273.15 : m_ExitTemp); break;
         case kAdiabatic: text += ", under adiabatic conditions"; break;
-        default: text += Format(", under external duty rate of %.2lf kcal/h", m_ExternalDuty * 3600.0 / kJoulePerKcal); break;
+        default:
+            text += Format(", under external duty rate of %.2lf kcal/h", internal ? display::kKcalPerHour.ToDisplay(m_ExternalDuty) : m_ExternalDuty);
+            break;
     }
-    text += Format(" and pressure of %.3lf bar. ", m_OperPressure / 1e5);
+    text += Format(" and pressure of %.3lf bar. ", internal ? m_OperPressure / 1e5 : m_OperPressure);
 }
 
 void CTalRxnOp::RecordData(int, double, int, double*) {}

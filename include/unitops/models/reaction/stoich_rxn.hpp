@@ -74,8 +74,10 @@ public:
     int IsEssential() const override { return 1; }
     int IsCyclical() const override { return 0; }
     void Serialize(CArchive& ar) override;
-    bool IsInPortUsed(int, int) const override { return true; }
-    bool IsOutPortUsed(int, int) const override { return true; }
+    //! Every port that holds a stream is used (the host requires a stream on each used port, and
+    //! the reactor's spare inlets may stay empty).
+    bool IsInPortUsed(int port, int) const override { return InStream(port) != nullptr; }
+    bool IsOutPortUsed(int port, int) const override { return OutStream(port) != nullptr; }
     void InitSimModelParams() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
