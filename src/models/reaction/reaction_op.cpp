@@ -154,7 +154,9 @@ void CTalRxnOp::GetCustomDescription(std::string& text) const {
     text += Format(" and pressure of %.3lf bar. ", internal ? m_OperPressure / 1e5 : m_OperPressure);
 }
 
-void CTalRxnOp::RecordData(int, double, int, double*) {}
+void CTalRxnOp::RecordData(int i, double x, int n, double* y) {
+    if (CTalReactorDR* recorder = GetDataRecorder()) recorder->RecordData(i, x, n, y, 0x406, m_ExternalDuty, m_ExitTemp);
+}
 
 // ---------------------------------------------------------------- shared steps
 

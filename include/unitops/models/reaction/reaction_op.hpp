@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "unitops/contract/emissions.hpp"
+#include "unitops/models/reaction/reactor_dr.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
 
 namespace unitops {
 
 class CTalReaction;
-class CTalReactorDR;
 
 class CTalRxnOp : public CTalThermalVesselOp {
     TAL_DECLARE_CLASS(CTalRxnOp)
@@ -54,6 +54,8 @@ public:
     //! Set by a balance before a numerical solver starts, read by its callbacks.
     const CTalStateStream* m_ReactionInState = nullptr;
     CTalStateStream* m_ReactionOutState = nullptr;
+    //! Always present and never filled here; the recording forms own their own recorder.
+    CTalReactorDR m_DefaultRecorder;
 
 protected:
     //! The body of Solve of the batch vessel forms; `copyFirst` copies `in` to `out` before all.
