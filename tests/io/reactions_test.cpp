@@ -146,13 +146,13 @@ TEST(ReactionExamples, FermentationClosesMassAndElementsAndCoolsAsComputedByHand
     // 92 % of the glucose reacts.
     const int glucose = doc->GetComponentIndex("Glucose");
     EXPECT_NEAR(after.ComponentFlow(glucose), 0.08 * before.ComponentFlow(glucose), 1e-12);
-    // Isothermal at 32 degC from the charge's 25 degC: duty = m Cp dT + heat given off - power,
-    // all as rates over the 48 h batch; the heat is corrected by Kirchhoff's law to 32 degC.
+    // Isothermal at 30 degC from the charge's 28 degC: duty = m Cp dT + heat given off - power,
+    // all as rates over the 48 h batch; the heat is corrected by Kirchhoff's law to 30 degC.
     const auto& op = dynamic_cast<const CTalBatchStoichRxnOp&>(*p.GetOp(1));
     const CTalStoichReaction& r = op.m_RxnScheme[0];
     const double xi = 0.92 * before.ComponentMoleFlow(glucose);
-    const double heat = xi * r.RxnEnthalpy(1, 305.15);
-    const double expected = before.MassFlow() * before.LiqSolCp() * (305.15 - before.Temp()) + heat - 2000.0;
+    const double heat = xi * r.RxnEnthalpy(1, 303.15);
+    const double expected = before.MassFlow() * before.LiqSolCp() * (303.15 - before.Temp()) + heat - 3000.0;
     EXPECT_NEAR(op.m_ExternalDuty, expected, 1e-9 * std::abs(expected));
     EXPECT_LT(op.m_ExternalDuty, 0.0);
     EXPECT_NEAR(op.CoolingDuty(), -expected, 1e-9 * std::abs(expected));

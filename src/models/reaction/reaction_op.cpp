@@ -205,10 +205,16 @@ int CTalRxnOp::ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out
     const int sizingOK = ContinuousVesselSizing(Vdot, skipSizing);
     const int balanceOK = balance(feed.get(), out, Headspace());
     if (balanceOK == kBalanceEndedAbnormally) return 0;
-    if (CTalStream* product = ProductStream()) out->CopyDataInto(*product, 1);
-    out->Zero(false, true);
+    SendToProduct(in, out);
     CalcEquipCapacityUtilF();
     return NormalSimEnding(sizingOK && balanceOK);
+}
+
+// The product leaves; the vessel keeps what it held before the continuous operation (its
+// default air, say), which the operation never touched: emptying it would lose that mass.
+void CTalRxnOp::SendToProduct(const CTalStateStream* in, CTalStateStream* out) {
+    if (CTalStream* product = ProductStream()) out->CopyDataInto(*product, 1);
+    in->CopyDataInto(*out, 1);
 }
 
 void CTalRxnOp::ProloguePressure(const CTalStateStream* in, CTalStateStream* out) {

@@ -235,8 +235,7 @@ int CTalPFStoichRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, in
     }
     RateOrSize(Vdot, skipSizing);
     const int result = MaterialBalances(feed.get(), after, 0.0);
-    if (CTalStream* product = ProductStream()) after->CopyDataInto(*product, 1);
-    after->Zero(false, true);
+    SendToProduct(before, after);
     return NormalSimEnding(result);
 }
 

@@ -63,6 +63,8 @@ protected:
                            bool copyFirst = true);
     //! The body of Solve of the continuous vessel forms.
     int ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance);
+    //! Copies the result `out` to the product stream and gives `out` back the contents `in`.
+    void SendToProduct(const CTalStateStream* in, CTalStateStream* out);
     //! Pressure from the feed unless set; false (with a message) when emissions need a vent stream
     //! that is not there.
     void ProloguePressure(const CTalStateStream* in, CTalStateStream* out);
