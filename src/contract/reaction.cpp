@@ -266,7 +266,8 @@ void CTalStoichReaction::Serialize(CArchive& ar) {
     SerializeWord(ar, extentByUser_);
     SerializeWord(ar, extentRefCompSet_);
     SerializeValue(ar, extentRefComp_);
-    SerializeValue(ar, limitingComp_);  // the last run's finding, which the reports show
+    SerializeValue(ar, limitingComp_);  // the last run's findings, which the reports show
+    SerializeValue(ar, conversion_);
     SerializeValue(ar, extentRefConc_);
     SerializeValue(ar, extentRefConcComp_);
     std::int32_t no = schemeNo_;
@@ -284,6 +285,7 @@ void CTalStoichReaction::CopyDataInto(CTalReaction& target) const {
     t->extentRefCompSet_ = extentRefCompSet_;
     t->extentRefComp_ = extentRefComp_;
     t->limitingComp_ = limitingComp_;
+    t->conversion_ = conversion_;
     t->extentRefConc_ = extentRefConc_;
     t->extentRefConcComp_ = extentRefConcComp_;
     t->schemeNo_ = schemeNo_;
@@ -347,7 +349,11 @@ void CTalStoichReaction::WriteIDR_Description(std::FILE* f) const {
     } else {
         std::fprintf(f, "  Extent to reach %.4g g/L of %s\n", extentRefConc_, extentRefConcComp_.c_str());
     }
-    if (!limitingComp_.empty()) std::fprintf(f, "  Limiting component: %s\n", limitingComp_.c_str());
+    if (!limitingComp_.empty()) {
+        std::fprintf(f, "  Limiting component: %s\n", limitingComp_.c_str());
+        const std::string& basis = extentByUser_ && extentRefCompSet_ ? extentRefComp_ : limitingComp_;
+        std::fprintf(f, "  Conversion of %s = %.2lf %%\n", basis.c_str(), conversion_ * 100.0);
+    }
 }
 
 // ---------------------------------------------------------------- schemes

@@ -177,6 +177,11 @@ int CTalSModel::MultipleStoichRxnCalculations(CTalOperation* op, CTalStoichReact
                                        r->Name().c_str(), r->ExtentRefConcComp().c_str(), r->ExtentRefConc(), c0, c1));
             }
         }
+        // The share of the extent's component (named reactant, else the limiting one) consumed.
+        int basis = limiting;
+        if (r->IsExtentSetByUser() && r->IsExtentRefComp()) basis = GetComponentIndex(r->ExtentRefComp());
+        const double available = ComponentMoleFlow(basis);
+        r->SetConversion(available > 0.0 ? xi * -nu[static_cast<std::size_t>(basis)] / available : 0.0);
         step.Apply(*this, xi, T);
         const int hRef = GetComponentIndex(r->EnthalpyRefComp());
         if (hRef >= 0 && nu[static_cast<std::size_t>(hRef)] != 0.0) {

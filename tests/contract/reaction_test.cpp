@@ -80,6 +80,7 @@ TEST_F(StoichChemistry, LimitingComponentIsTheOneThatRunsOutFirst) {
     Feed(1.0, 0.0, 0.5, 0.0);  // 0.01 kmol/s A, 0.01 kmol/s C: C allows 0.005, A 0.01
     ASSERT_EQ(state.MultipleStoichRxnCalculations(&op, scheme, 298.15, heat), 1);
     EXPECT_EQ(r.LimitingComp(), "C");
+    EXPECT_NEAR(r.Conversion(), 1.0, 1e-12);
     EXPECT_NEAR(state.ComponentFlow(2), 0.0, 1e-15);
     EXPECT_NEAR(state.ComponentFlow(0), 0.5, 1e-12);
     EXPECT_NEAR(state.ComponentFlow(1), 1.0, 1e-12);
@@ -98,6 +99,7 @@ TEST_F(StoichChemistry, ExtentOfANamedReactantIsCappedByTheLimitingOne) {
     ASSERT_EQ(state.MultipleStoichRxnCalculations(&op, scheme, 298.15, heat), 1);
     EXPECT_NEAR(state.ComponentFlow(0), 0.7, 1e-12);
     EXPECT_NEAR(state.ComponentFlow(2), 0.5 - 0.006 * 50.0, 1e-12);
+    EXPECT_NEAR(r.Conversion(), 0.3, 1e-12);  // of the named reactant A
 }
 
 TEST_F(StoichChemistry, ExtentCalculatedToReachATargetConcentration) {

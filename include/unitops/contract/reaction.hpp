@@ -105,6 +105,10 @@ public:
     //! The reactant that runs out first, found by the last calculation.
     const std::string& LimitingComp() const { return limitingComp_; }
     void SetLimitingComp(std::string c) { limitingComp_ = std::move(c); }
+    //! Share of the extent's component (the named reactant, else the limiting one) that the last
+    //! calculation consumed.
+    double Conversion() const { return conversion_; }
+    void SetConversion(double x) { conversion_ = x; }
     //! Target concentration, kg/m3 (= g/L) of the condensed phase, when the extent is calculated.
     double ExtentRefConc() const { return extentRefConc_; }
     void SetExtentRefConc(double c) { extentRefConc_ = c; }
@@ -134,6 +138,7 @@ private:
     int extentRefCompSet_ = 0;
     std::string extentRefComp_;
     std::string limitingComp_;
+    double conversion_ = 0.0;
     double extentRefConc_ = 0.0;
     std::string extentRefConcComp_;
     int schemeNo_ = 1;

@@ -126,6 +126,10 @@ int CTalRxnOp::WriteIDR_Description(std::FILE* f) {
     CTalThermalVesselOp::WriteIDR_Description(f);
     std::fprintf(f, "Setup Time     = %-15.2lf\n", SetupTime());
     std::fprintf(f, "Reaction Time  = %-15.2lf\n", ProcessTime());
+    if (m_HxAgent && m_AgentRate > 0.0) {
+        const double rate = IsInInternalUnits() ? display::kKgPerHour.ToDisplay(m_AgentRate) : m_AgentRate;
+        std::fprintf(f, "Agent Rate     = %-15.2lf kg/h of %s\n", rate, m_HxAgent->Name().c_str());
+    }
     m_EmissionsSpec.WriteIDR_Description(f);
     return 1;
 }
