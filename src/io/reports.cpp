@@ -92,6 +92,11 @@ const char* SiUnit(Quantity q) {
         case Quantity::MoleFlow: return "kmol/s";
         case Quantity::HeatCapacity: return "J/(kg K)";
         case Quantity::Diffusivity: return "m2/s";
+        case Quantity::TemperatureDifference: return "K";
+        case Quantity::HeatTransferCoeff: return "W/(m2 K)";
+        case Quantity::ThermalConductance: return "W/K";
+        case Quantity::HeatCapacityTotal: return "J/K";
+        case Quantity::TemperatureRate: return "K/s";
         default: return "";
     }
 }
