@@ -9,6 +9,7 @@
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
+#include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -45,6 +46,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHeating), RUNTIME_CLASS(CTalCooling), RUNTIME_CLASS(CTalHeatExchanging),
                  RUNTIME_CLASS(CTalElectricHeating), RUNTIME_CLASS(CTalElectricCooling),
                  RUNTIME_CLASS(CTalHeatExchanger), RUNTIME_CLASS(CTalElectricHeater), RUNTIME_CLASS(CTalElectricCooler),
+                 // Heating and cooling in a vessel
+                 RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
              }) {
             r.Register(c);
         }
