@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "unitops/contract/members.hpp"
+#include "unitops/io/energy_totals.hpp"
 
 namespace unitops {
 
@@ -315,6 +316,8 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);
     WriteEquipmentReport(f, doc, xls);
+    Rule(f, "ENERGY");
+    WriteEnergyReport(f, doc);
 }
 
 }  // namespace unitops
