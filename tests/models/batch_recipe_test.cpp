@@ -2,6 +2,7 @@
 // vessels, carried by back-propagation until the demand is met.
 #include <gtest/gtest.h>
 
+#include "support/balances.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/models/vessel/transfer.hpp"
@@ -11,24 +12,6 @@ namespace unitops {
 namespace {
 
 double PerBatch(const CTalDocEss& doc, const CTalSModel& s) { return s.MassFlow() * doc.PlantBatchTime(); }
-
-// What enters each procedure (its first state and its inputs) leaves it (its outputs and last
-// state): the stream table balances.
-void ExpectMassCloses(const CTalDocEss& doc) {
-    for (const auto& p : doc.Procedures()) {
-        double in = PerBatch(doc, *p->GetState(0)), out = PerBatch(doc, *p->GetState(p->NumberOfStates() - 1));
-        for (int port = 0; port < p->NumberOfInPorts(); ++port) {
-            if (p->InStream(port)) in += PerBatch(doc, *p->InStream(port));
-        }
-        for (int port = 0; port < p->NumberOfOutPorts(); ++port) {
-            if (p->OutStream(port)) out += PerBatch(doc, *p->OutStream(port));
-        }
-        EXPECT_NEAR(out, in, 1e-9 * in) << p->Name();
-        for (int i = 0; i < p->GetState(0)->NumberOfComponents(); ++i) {
-            EXPECT_GE(p->GetState(p->NumberOfStates() - 1)->ComponentFlow(i), 0.0);
-        }
-    }
-}
 
 class BatchRecipe : public ::testing::Test {
 protected:
@@ -49,7 +32,7 @@ protected:
     SimulationResult result;
 };
 
-TEST_F(BatchRecipe, MassClosesAcrossEveryProcedure) { ExpectMassCloses(*doc); }
+TEST_F(BatchRecipe, MassClosesAcrossEveryProcedure) { test::ExpectMassClosesPerProcedure(*doc); }
 
 TEST_F(BatchRecipe, TheDownstreamDemandIsPulledOutInALaterSweep) {
     EXPECT_GT(result.passes, 1);
@@ -101,7 +84,7 @@ TEST(BackPropagation, ARunCutShortShowsItsLastSweepWhole) {
     EXPECT_EQ(result.passes, 1);
     ASSERT_EQ(result.errors.size(), 1u);
     EXPECT_NE(result.errors[0].find("did not settle in 1 sweeps"), std::string::npos) << result.errors[0];
-    ExpectMassCloses(*doc);
+    test::ExpectMassClosesPerProcedure(*doc);
 }
 
 // The transfer out sends everything to P-2, so the pull out behind it never finds material:
@@ -134,7 +117,7 @@ TEST(BackPropagation, ADemandThatRaisingTheFeedsCannotMeetStopsTheSweeps) {
     EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("WATER")), 1000.0, 1e-9);
     EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("SALT")), 50.0, 1e-9);
     EXPECT_NEAR(PerBatch(*doc, *doc->FindStream("S-TR")), 1050.0, 1e-6);
-    ExpectMassCloses(*doc);
+    test::ExpectMassClosesPerProcedure(*doc);
 }
 
 }  // namespace

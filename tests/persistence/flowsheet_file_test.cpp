@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "flowsheet_compare.hpp"
+#include "support/balances.hpp"
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/simulation.hpp"
@@ -177,31 +178,6 @@ TEST_P(SavedFlowsheetFile, SimulatesAgainToTheSameResults) {
     EXPECT_EQ(ReportOf(*loaded.doc, &again, false), ReportOf(*original.doc, &rerun, false));
 }
 
-// Numbers agree to `tolerance` relative to the larger; everything else exactly.
-void ExpectSameResults(const nlohmann::json& expected, const nlohmann::json& actual, const std::string& path,
-                       double tolerance) {
-    if (expected.is_number() && actual.is_number()) {
-        const double e = expected.get<double>(), a = actual.get<double>();
-        EXPECT_LE(std::abs(a - e), tolerance * std::max(std::abs(a), std::abs(e))) << path << ": " << e << " then " << a;
-        return;
-    }
-    ASSERT_EQ(expected.type(), actual.type()) << path;
-    if (expected.is_object()) {
-        ASSERT_EQ(expected.size(), actual.size()) << path;
-        for (const auto& [key, value] : expected.items()) {
-            ASSERT_TRUE(actual.contains(key)) << path << "." << key;
-            ExpectSameResults(value, actual[key], path + "." + key, tolerance);
-        }
-    } else if (expected.is_array()) {
-        ASSERT_EQ(expected.size(), actual.size()) << path;
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            ExpectSameResults(expected[i], actual[i], path + "[" + std::to_string(i) + "]", tolerance);
-        }
-    } else {
-        EXPECT_EQ(expected, actual) << path;
-    }
-}
-
 // Simulate, save, load, simulate again: every member, stream and message is what the first run
 // gave, whatever the first run left in the file (designed sizes, feeds raised by back-propagation).
 // Every example joins by being in examples/.
@@ -214,7 +190,7 @@ TEST_P(ExampleSimulatedAgain, GivesTheResultsOfTheFirstRun) {
     const SimulationResult again = Simulator(*loaded.doc).Run();
     ASSERT_TRUE(again.completed);
     EXPECT_EQ(again.passes, first.run.passes);
-    ExpectSameResults(results, ResultsToJson(*loaded.doc, &again), GetParam(), 1e-12);
+    test::ExpectSameResults(results, ResultsToJson(*loaded.doc, &again), GetParam(), 1e-12);
 }
 
 // Reports show values in display units; converting there and back may move a value's last bit.

@@ -1,0 +1,148 @@
+// Every model class fed random valid feeds: what enters each procedure leaves it, no flow is
+// negative or not a number, and a second run gives the same numbers.
+//
+// Two families of cases cover the classes:
+// - every in-line procedure of the roster that this build has, with its default operation and
+//   random feeds on every inlet (a class whose defaults cannot run registers the settings it
+//   needs in `ProcedureSettings`);
+// - every example flowsheet (vessel operations and recipes among them), with its feeds varied at
+//   random; each family of models has an example, so each joins here by being in examples/.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "support/balances.hpp"
+#include "support/test_flowsheet.hpp"
+#include "unitops/contract/simulation.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/io/results_json.hpp"
+#include "unitops/roster/catalog.hpp"
+#include "unitops/roster/roster.hpp"
+
+namespace unitops {
+namespace {
+
+constexpr int kTrials = 8;
+
+// Liquids, solids and gases of the built-in database, mixed in every trial.
+const std::vector<std::string> kComponents = {"Water", "Ethanol", "Glucose", "Sodium Chloride", "Nitrogen", "Oxygen",
+                                              "Carbon Dioxide"};
+
+//! What an in-line procedure needs beyond its defaults to run on any valid feed, by procedure ID.
+using Settings = std::function<void(CTalDocEss&, CTalProcedure&)>;
+const std::map<unsigned, Settings>& ProcedureSettings() {
+    static const std::map<unsigned, Settings> settings = {};
+    return settings;
+}
+
+//! Runs the flowsheet, checks the balances, runs it again and compares every result.
+void ExpectSoundAndRepeatable(CTalDocEss& doc, const std::string& what) {
+    SimulationResult first = Simulator(doc).Run();
+    ASSERT_TRUE(first.completed) << what << (first.errors.empty() ? "" : ": " + first.errors.front());
+    for (const auto& p : doc.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            for (const SimMessage& m : p->GetOp(i)->Messages()) {
+                EXPECT_NE(m.kind, MsgKind::Abnormal) << what << ", " << p->GetOp(i)->Name() << ": " << m.text;
+            }
+        }
+    }
+    test::ExpectMassClosesPerProcedure(doc);
+    const nlohmann::json results = ResultsToJson(doc, &first);
+    const SimulationResult second = Simulator(doc).Run();
+    ASSERT_TRUE(second.completed) << what;
+    EXPECT_EQ(second.passes, first.passes) << what;
+    test::ExpectSameResults(results, ResultsToJson(doc, &second), what, 1e-12);
+}
+
+// ------------------------------------------------------------------ in-line procedures
+
+bool IsBuilt(const char* className) { return className && RosterClasses().Find(className) != nullptr; }
+
+//! In-line procedures: a default operation, no vessel contents; both classes in this build.
+std::vector<unsigned> InLineProcedures() {
+    std::vector<unsigned> ids;
+    for (const auto& p : roster::Procedures()) {
+        const roster::OperationEntry* op = p.defaultOperation ? roster::FindOperation(p.defaultOperation) : nullptr;
+        const roster::EquipmentEntry* e = p.equipmentType ? roster::FindEquipment(p.equipmentType) : nullptr;
+        if (op && IsBuilt(op->className) && (!p.equipmentType || (e && IsBuilt(e->className)))) {
+            ids.push_back(p.procedureId);
+        }
+    }
+    return ids;
+}
+
+class InLineProcedure : public ::testing::TestWithParam<unsigned> {};
+
+TEST_P(InLineProcedure, RandomFeedsCloseTheBalanceAndRepeat) {
+    std::mt19937 random(GetParam());
+    std::uniform_real_distribution<double> flow(0.0, 2.0), temp(280.0, 340.0), press(101325.0, 300000.0);
+    std::bernoulli_distribution absent(0.3);
+    for (int trial = 0; trial < kTrials; ++trial) {
+        auto doc = test::MakeDoc(kComponents, trial % 2 == 1);
+        CTalProcedure& p = test::AddProcedure(*doc, "P-1", GetParam());
+        for (int port = 0; port < p.NumberOfInPorts(); ++port) {
+            std::vector<double> flows;
+            for (std::size_t i = 0; i < kComponents.size(); ++i) flows.push_back(absent(random) ? 0.0 : flow(random));
+            p.ConnectIn(port, &test::AddFeed(*doc, "F" + std::to_string(port), flows, temp(random), press(random)));
+        }
+        for (int port = 0; port < p.NumberOfOutPorts(); ++port) {
+            p.ConnectOut(port, &test::AddStream(*doc, "S" + std::to_string(port)));
+        }
+        if (const auto s = ProcedureSettings().find(GetParam()); s != ProcedureSettings().end()) s->second(*doc, p);
+        ExpectSoundAndRepeatable(*doc, "trial " + std::to_string(trial));
+    }
+}
+
+std::string HexName(const ::testing::TestParamInfo<unsigned>& info) {
+    char text[16];
+    std::snprintf(text, sizeof text, "x%04X", info.param);
+    return text;
+}
+
+INSTANTIATE_TEST_SUITE_P(Roster, InLineProcedure, ::testing::ValuesIn(InLineProcedures()), HexName);
+
+TEST(InLineProcedures, IncludeEveryBuiltMixer) { EXPECT_GE(InLineProcedures().size(), 8u); }
+
+// ------------------------------------------------------------------ examples with varied feeds
+
+std::vector<std::string> ExampleFiles() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(UNITOPS_SOURCE_DIR) + "/examples")) {
+        if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class ExampleWithRandomFeeds : public ::testing::TestWithParam<std::string> {};
+
+// Each feed's component flows are scaled by factors from 0.8 to 3 and its temperature moved by up
+// to 5 K: amounts that a recipe takes out by mass stay available, so every varied feed is valid.
+TEST_P(ExampleWithRandomFeeds, ClosesTheBalanceAndRepeats) {
+    const std::string path = std::string(UNITOPS_SOURCE_DIR) + "/examples/" + GetParam() + ".json";
+    std::mt19937 random(static_cast<unsigned>(std::hash<std::string>{}(GetParam())));
+    std::uniform_real_distribution<double> factor(0.8, 3.0), shift(-5.0, 5.0);
+    for (int trial = 0; trial < kTrials / 2; ++trial) {
+        auto doc = LoadFlowsheetFile(path);
+        for (const auto& s : doc->Streams()) {
+            auto* feed = dynamic_cast<CTalInputStream*>(s.get());
+            if (!feed) continue;
+            feed->RestoreDefinition();
+            for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+                feed->SetComponentFlow(i, feed->ComponentFlow(i) * factor(random));
+            }
+            feed->SetTemp(feed->Temp() + shift(random));
+            feed->KeepAsDefinition();
+        }
+        ExpectSoundAndRepeatable(*doc, GetParam() + ", trial " + std::to_string(trial));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Examples, ExampleWithRandomFeeds, ::testing::ValuesIn(ExampleFiles()),
+                         [](const ::testing::TestParamInfo<std::string>& p) { return p.param; });
+
+}  // namespace
+}  // namespace unitops
