@@ -231,6 +231,26 @@ TEST_F(HeatingTest, ValidationInOrder) {
     EXPECT_TRUE(sink.Issues().empty());
 }
 
+TEST_F(HeatingTest, ReportLinesAndDescriptionInDisplayUnits) {
+    heating->m_ExitTemp = 80.0 + kC;
+    std::string text;
+    heating->GetCustomDescription(text);
+    EXPECT_EQ(text, "Heat with Steam to 80.00 °C");
+    heating->m_SpecifyExitTemp = 0;
+    heating->m_HeatingDuty = 1162.2;  // 1000 kcal/h
+    heating->GetCustomDescription(text);
+    EXPECT_EQ(text, "Heat with Steam at a rate of 1000.00 kcal/h");
+    heating->m_SpecifyExitTemp = 1;
+    heating->ConvertToDisplayUnits();
+    const std::string lines = test::Capture([&](std::FILE* f) { heating->WriteIDR_Description(f); });
+    heating->ConvertToInternalUnits();
+    EXPECT_EQ(lines, "Exit Temperature = 80.00          \n"
+                     "Overall Effic.(%)= 100.00         \n"
+                     "Heat Transf Coef = 1290.66        \n"
+                     "Heating Agent    = Steam          \n" +
+                         std::string(50, '-') + "\n");
+}
+
 TEST(CoolingTest, CoolingWaterAreaAndTheWarmAgentCheck) {
     auto doc = test::MakeDoc({});
     test::AddSimpleComponent(*doc, "Liquid", 18.0, 1000.0, kCp);
@@ -493,6 +513,20 @@ TEST_F(ExchangingTest, OutletPressuresFollowTheirOwnDropsAndNeverFallBelowAnAtmo
     EXPECT_DOUBLE_EQ(Out(1).Press(), 101300.0);
     EXPECT_DOUBLE_EQ(Out(0).MassFlow(), 1.0);  // the tube stream leaves by output 0
     EXPECT_DOUBLE_EQ(Out(1).MassFlow(), 2.0);
+}
+
+TEST_F(ExchangingTest, DescriptionAndReportLines) {
+    std::string text;
+    x->GetCustomDescription(text);
+    EXPECT_EQ(text, "Exchange heat under counter-current flow to a min. approach temperature of 5.00 °C");
+    x->m_FlowType = CTalHeatExchanging::kCoCurrent;
+    x->m_PerformanceSpec = CTalHeatExchanging::kColdStreamExitTemp;
+    x->m_ColdStreamExitTemp = 40.0 + kC;
+    x->GetCustomDescription(text);
+    EXPECT_EQ(text, "Exchange heat under co-current flow to a cold stream exit temperature of 40.00 °C");
+    x->m_PerformanceSpec = 9;
+    const std::string lines = test::Capture([&](std::FILE* f) { x->WriteIDR_Description(f); });
+    EXPECT_EQ(lines.substr(0, lines.find("Heat Transf")), "Flow Type         = Co-Current\nError - Unknown specifaction option.\n");
 }
 
 TEST_F(ExchangingTest, ValidationLabels) {

@@ -79,6 +79,20 @@ TEST_F(VesselHeatingTest, Defaults) {
     EXPECT_EQ(heat->CanSizeEquipment(vessel), 1);
 }
 
+TEST_F(VesselHeatingTest, Descriptions) {
+    heat->m_FinalTemp = 80.0 + kC;
+    std::string text;
+    heat->GetCustomDescription(text);
+    EXPECT_EQ(text, "Heat at 2.00 °C/min to 80.0 °C");
+    heat->m_IsRateConstant = 0;
+    heat->m_OverallUA = 1162.222;
+    heat->GetCustomDescription(text);
+    EXPECT_EQ(text, "Heat to 80.0 °C with an overall UA of 1000.000 kcal/h-°C");
+    cool->SetOpDescriptionShort(true);
+    cool->GetCustomDescription(text);
+    EXPECT_EQ(text, "Cool to 20.0 °C");
+}
+
 TEST_F(VesselHeatingTest, ConstantRateGivesTheTimeAndTheDutyWithEfficiency) {
     Contents(1000.0, 25.0 + kC);
     heat->m_FinalTemp = 80.0 + kC;
