@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "unitops/io/database.hpp"
+#include "unitops/io/database_listing.hpp"
 
 namespace unitops {
 namespace {
@@ -45,6 +46,22 @@ TEST(BuiltInAgents, LatentAndSensibleHeatsMatchTheTables) {
     }
     EXPECT_FALSE(Agent("Freon").IsHeating());
     EXPECT_NEAR(1.0 / Agent("Freon").EnergyToMassF(), 212.9e3, 1e3);  // R-134a at -20 degC
+}
+
+TEST(BuiltInAgents, TheListingGivesUseKindOfHeatAndEnergyToMassFWithItsSource) {
+    const auto listing = DatabaseListing();
+    ASSERT_EQ(listing["agents"].size(), PropertyDatabase::BuiltIn().Agents().size());
+    for (const auto& e : listing["agents"]) {
+        const std::string name = e["name"].get<std::string>();
+        SCOPED_TRACE(name);
+        const CTalHeatTransferAgent& a = Agent(name.c_str());
+        EXPECT_EQ(e["use"], a.IsHeating() ? "heating" : "cooling");
+        EXPECT_EQ(e["heat"], a.InTemp() == a.OutTemp() ? "latent" : "sensible");
+        const auto& p = e["properties"];
+        EXPECT_DOUBLE_EQ(p["EnergyToMassF"]["value"].get<double>(), a.EnergyToMassF());
+        EXPECT_EQ(p["EnergyToMassF"]["unit"], "kg/J");
+        EXPECT_EQ(p["EnergyToMassF"]["source"], p["HeatPerKg"]["source"]);
+    }
 }
 
 }  // namespace
