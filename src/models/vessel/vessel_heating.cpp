@@ -396,10 +396,8 @@ int CTalHeatOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipS
     }
     CalcEmissions(*before, *after, vent);
     after->SetTemp(m_FinalTemp);
-    if (IsSizedOnVolume(*this)) {
-        if (!FinalVolumeStep(*this, *after, V0, T, cycles, skipSizing)) sizeOk = 0;
-        m_CapacityUtilF = m_Volumes.CapacityUtilization();
-    }
+    if (IsSizedOnVolume(*this) && !FinalVolumeStep(*this, *after, V0, T, cycles, skipSizing)) sizeOk = 0;
+    m_CapacityUtilF = m_Volumes.CapacityUtilization();
     return NormalSimEnding(ok && sizeOk);
 }
 
@@ -543,10 +541,8 @@ int CTalCoolOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipS
         m_AgentRate = agent->EnergyToMassF() * m_CoolingDuty;
     }
     after->SetTemp(m_FinalTemp);
-    if (IsSizedOnVolume(*this)) {
-        if (!FinalVolumeStep(*this, *after, V0, T, cycles, skipSizing)) sizeOk = 0;
-        m_CapacityUtilF = m_Volumes.CapacityUtilization();
-    }
+    if (IsSizedOnVolume(*this) && !FinalVolumeStep(*this, *after, V0, T, cycles, skipSizing)) sizeOk = 0;
+    m_CapacityUtilF = m_Volumes.CapacityUtilization();
     return NormalSimEnding(ok && sizeOk);
 }
 
