@@ -1,10 +1,15 @@
 // Every class of the library that can be created by name: the host's persisted classes and
 // the models. A model becomes available to the factories and the archive by its line here.
 #include "unitops/contract/stream.hpp"
+#include "unitops/models/heat_flow/electric_heating.hpp"
+#include "unitops/models/heat_flow/heat_equipment.hpp"
+#include "unitops/models/heat_flow/heat_exchanging.hpp"
+#include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
+#include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -37,6 +42,12 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalVesselOp), RUNTIME_CLASS(CTalThermalVesselOp), RUNTIME_CLASS(CTalTransferOp),
                  RUNTIME_CLASS(CTalTransferInOp), RUNTIME_CLASS(CTalChargeOp), RUNTIME_CLASS(CTalTransferOutOp),
                  RUNTIME_CLASS(CTalPullOutOp),
+                 // In-line heat transfer
+                 RUNTIME_CLASS(CTalHeating), RUNTIME_CLASS(CTalCooling), RUNTIME_CLASS(CTalHeatExchanging),
+                 RUNTIME_CLASS(CTalElectricHeating), RUNTIME_CLASS(CTalElectricCooling),
+                 RUNTIME_CLASS(CTalHeatExchanger), RUNTIME_CLASS(CTalElectricHeater), RUNTIME_CLASS(CTalElectricCooler),
+                 // Heating and cooling in a vessel
+                 RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
              }) {
             r.Register(c);
         }
