@@ -44,6 +44,16 @@ void CTalEmissions::Serialize(CArchive& ar) {
     for (double& f : fractions_) ar >> f;
 }
 
+void CTalEmissionsSpec::MoveShare(CTalSModel& gas, CTalSModel& emission, double share) const {
+    for (int i = 0; i < gas.NumberOfComponents(); ++i) {
+        const double leaving = gas.ComponentFlow(i) * share * EmissionFrac(i);
+        if (leaving <= 0.0) continue;
+        emission.SetComponentFlow(i, leaving);
+        emission.SetComponentVaporFrac(i, 1.0);
+        gas.SetComponentFlow(i, gas.ComponentFlow(i) - leaving);
+    }
+}
+
 void CTalEmissionsSpec::CalcDisplacementEmissions(CTalSModel&, CTalSModel& gas, CTalSModel& emission,
                                                   double freeVolume, double displacedVolume) const {
     emission.Zero(false, true);
@@ -52,13 +62,18 @@ void CTalEmissionsSpec::CalcDisplacementEmissions(CTalSModel&, CTalSModel& gas, 
     const double total = freeVolume + displacedVolume;
     if (!(total > 0.0) || !(displacedVolume > 0.0)) return;
     const double share = std::min(displacedVolume / total, 1.0);
-    for (int i = 0; i < gas.NumberOfComponents(); ++i) {
-        const double leaving = gas.ComponentFlow(i) * share * EmissionFrac(i);
-        if (leaving <= 0.0) continue;
-        emission.SetComponentFlow(i, leaving);
-        emission.SetComponentVaporFrac(i, 1.0);
-        gas.SetComponentFlow(i, gas.ComponentFlow(i) - leaving);
-    }
+    MoveShare(gas, emission, share);
+}
+
+void CTalEmissionsSpec::CalcHeatEmissions(CTalSModel&, CTalSModel& gas, CTalSModel& emission, double headSpace,
+                                          double, double finalTemp) const {
+    emission.Zero(false, true);
+    emission.SetTemp(finalTemp);
+    emission.SetPress(gas.Press());
+    const double T = gas.Temp();
+    if (!(headSpace > 1e-15) || !(T > 0.0) || !(finalTemp > T)) return;
+    const double share = 1.0 - T / finalTemp;
+    MoveShare(gas, emission, share);
 }
 
 void CTalEmissionsSpec::CalcRxnEmissions(CTalSModel&, CTalSModel& vapor, CTalSModel& emission, double pressure,

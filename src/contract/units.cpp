@@ -95,6 +95,11 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::MoleFlow: return Dim(0, 0, -1, 0, 1);
         case Quantity::HeatCapacity: return Dim(0, 2, -2, -1);
         case Quantity::Diffusivity: return Dim(0, 2, -1);
+        case Quantity::TemperatureDifference: return Dim(0, 0, 0, 1);
+        case Quantity::HeatTransferCoeff: return Dim(1, 0, -3, -1);
+        case Quantity::ThermalConductance: return Dim(1, 2, -3, -1);
+        case Quantity::HeatCapacityTotal: return Dim(1, 2, -2, -1);
+        case Quantity::TemperatureRate: return Dim(0, 0, -1, 1);
     }
     return kDimensionless;
 }
@@ -277,6 +282,11 @@ const char* QuantityName(Quantity q) {
         case Quantity::MoleFlow: return "mole flow";
         case Quantity::HeatCapacity: return "heat capacity";
         case Quantity::Diffusivity: return "diffusivity";
+        case Quantity::TemperatureDifference: return "temperature difference";
+        case Quantity::HeatTransferCoeff: return "heat transfer coefficient";
+        case Quantity::ThermalConductance: return "thermal conductance";
+        case Quantity::HeatCapacityTotal: return "heat capacity of an item";
+        case Quantity::TemperatureRate: return "rate of temperature change";
     }
     return "unknown";
 }
@@ -324,7 +334,7 @@ double ParseQuantity(std::string_view text, Quantity expected, double batchTime)
         throw UnitError(Quoted(text) + " is not a " + QuantityName(expected) + " (its unit is " +
                         DimensionText(unit.dim) + ", expected " + DimensionText(want) + ")");
     }
-    const double si = value * unit.factor + unit.offset;
+    const double si = value * unit.factor + (expected == Quantity::TemperatureDifference ? 0.0 : unit.offset);
     if (!std::isfinite(si)) throw UnitError(Quoted(text) + " is out of range");
     return si;
 }

@@ -55,10 +55,37 @@ json Entries(const json& list) {
     return out;
 }
 
+// An agent's entry also says whether it heats or cools, whether its heat is latent (it condenses or
+// evaporates at one temperature) or sensible, and the EnergyToMassF that the models read: the
+// reciprocal of HeatPerKg, from the same source.
+json AgentEntries(const json& list) {
+    json out = Entries(list);
+    for (json& e : out) {
+        // Read first, then add: adding keys to an entry moves its other members.
+        const auto heats = e.find("IsHeating");
+        const std::string use = heats != e.end() && *heats == json(true) ? "heating" : "cooling";
+        json p = e["properties"];
+        std::string heat;
+        if (p.contains("InTemp") && p.contains("OutTemp")) {
+            heat = p["InTemp"]["value"] == p["OutTemp"]["value"] ? "latent" : "sensible";
+        }
+        if (p.contains("HeatPerKg") && !p.contains("EnergyToMassF") && p["HeatPerKg"]["value"].is_number()) {
+            const double perKg = p["HeatPerKg"]["value"].get<double>();
+            if (perKg > 0.0) {
+                p["EnergyToMassF"] = {{"value", 1.0 / perKg}, {"unit", UnitOf("EnergyToMassF")}, {"source", p["HeatPerKg"]["source"]}};
+            }
+        }
+        e["properties"] = std::move(p);
+        e["use"] = use;
+        if (!heat.empty()) e["heat"] = heat;
+    }
+    return out;
+}
+
 void WriteEntries(std::FILE* f, const json& entries) {
     for (const json& e : entries) {
         std::string about;
-        for (const char* key : {"formula", "cas", "phase"}) {
+        for (const char* key : {"formula", "cas", "phase", "use", "heat"}) {
             if (e.contains(key) && e[key].is_string()) about += (about.empty() ? "" : ", ") + e[key].get<std::string>();
         }
         std::fprintf(f, "\n%s%s\n", e.value("name", std::string("?")).c_str(), about.empty() ? "" : (" (" + about + ")").c_str());
@@ -77,7 +104,7 @@ json DatabaseListing() {
     json references = components.at("references");
     for (const auto& [key, text] : agents.at("references").items()) references[key] = text;
     return {{"components", Entries(components.at("components"))},
-            {"agents", Entries(agents.at("agents"))},
+            {"agents", AgentEntries(agents.at("agents"))},
             {"references", references}};
 }
 

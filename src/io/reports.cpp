@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "unitops/contract/members.hpp"
+#include "unitops/io/energy_totals.hpp"
 
 namespace unitops {
 
@@ -92,6 +93,11 @@ const char* SiUnit(Quantity q) {
         case Quantity::MoleFlow: return "kmol/s";
         case Quantity::HeatCapacity: return "J/(kg K)";
         case Quantity::Diffusivity: return "m2/s";
+        case Quantity::TemperatureDifference: return "K";
+        case Quantity::HeatTransferCoeff: return "W/(m2 K)";
+        case Quantity::ThermalConductance: return "W/K";
+        case Quantity::HeatCapacityTotal: return "J/K";
+        case Quantity::TemperatureRate: return "K/s";
         default: return "";
     }
 }
@@ -310,6 +316,8 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);
     WriteEquipmentReport(f, doc, xls);
+    Rule(f, "ENERGY");
+    WriteEnergyReport(f, doc);
 }
 
 }  // namespace unitops

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "unitops/contract/utf8.hpp"
+#include "unitops/io/energy_totals.hpp"
 
 namespace unitops {
 
@@ -114,6 +115,7 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     }
     out["procedures"] = procedures;
     out["messages"] = messages;
+    out["energy"] = EnergyToJson(doc);
     return WithValidText(out);
 }
 

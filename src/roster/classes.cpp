@@ -3,10 +3,15 @@
 #include "unitops/contract/stream.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/heat_flow/electric_heating.hpp"
+#include "unitops/models/heat_flow/heat_equipment.hpp"
+#include "unitops/models/heat_flow/heat_exchanging.hpp"
+#include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
+#include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -43,6 +48,12 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalRxnOp), RUNTIME_CLASS(CTalStoichRxnOp), RUNTIME_CLASS(CTalBatchStoichRxnOp),
                  RUNTIME_CLASS(CTalContStoichRxnOp), RUNTIME_CLASS(CTalPFStoichRxnOp),
                  RUNTIME_CLASS(CTalGenBatchStoichRxnOp),
+                 // In-line heat transfer
+                 RUNTIME_CLASS(CTalHeating), RUNTIME_CLASS(CTalCooling), RUNTIME_CLASS(CTalHeatExchanging),
+                 RUNTIME_CLASS(CTalElectricHeating), RUNTIME_CLASS(CTalElectricCooling),
+                 RUNTIME_CLASS(CTalHeatExchanger), RUNTIME_CLASS(CTalElectricHeater), RUNTIME_CLASS(CTalElectricCooler),
+                 // Heating and cooling in a vessel
+                 RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
              }) {
             r.Register(c);
         }

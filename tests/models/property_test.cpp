@@ -56,7 +56,28 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             }
         };
     };
-    static const std::map<unsigned, Settings> settings = {{0xA011, fermentation(true)}, {0xA014, fermentation(false)}};
+    // Exit temperatures beyond every feed's (280 to 340 K), and agents that can reach them.
+    const auto exitTemp = [](double T, const char* agent) {
+        return [T, agent](CTalDocEss& doc, CTalProcedure& p) {
+            CTalOperation* op = p.GetOp(0);
+            if (const MemberRow* r = op->MemberRows().Find("ExitTemp")) r->set(*op, T);
+            if (agent) op->SetHxAgent(doc.FindAgent(agent));
+        };
+    };
+    static const std::map<unsigned, Settings> settings = {
+        {0xA011, fermentation(true)},
+        {0xA014, fermentation(false)},
+        {0xA080, exitTemp(350.0, "Steam")},
+        {0xA081, exitTemp(350.0, nullptr)},
+        {0xA082, exitTemp(275.0, "Glycol")},
+        // The exchanger's tube stream arrives hot, so that the inlets differ by more than the approach.
+        {0xA083, [](CTalDocEss&, CTalProcedure& p) {
+             if (auto* tube = dynamic_cast<CTalInputStream*>(p.InStream(1))) {
+                 tube->SetTemp(370.0);
+                 tube->KeepAsDefinition();
+             }
+         }},
+    };
     return settings;
 }
 

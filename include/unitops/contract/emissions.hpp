@@ -59,10 +59,20 @@ public:
                           double headspaceVolume) const;
     //! Line of the input data report.
     void WriteIDR_Description(std::FILE* f) const;
+    //! Contents heated to `finalTemp`: the head-space gas `gas` expands at constant pressure in
+    //! the fixed head space, so the share 1 - T / finalTemp of each component (T the gas's own
+    //! temperature; times its emission fraction) leaves. What leaves is moved from `gas` into
+    //! `emission`, at `finalTemp`. Nothing leaves without head space (`headSpace` at most 1e-15) or
+    //! when the gas does not warm. `liquidVolume` is the condensed volume, m3 (not needed here).
+    void CalcHeatEmissions(CTalSModel& liquid, CTalSModel& gas, CTalSModel& emission, double headSpace,
+                           double liquidVolume, double finalTemp) const;
 
     void Serialize(CArchive& ar) override;
 
 private:
+    //! Moves `share` of each component of `gas` (times its emission fraction) into `emission`.
+    void MoveShare(CTalSModel& gas, CTalSModel& emission, double share) const;
+
     int gaseousPort_ = -1;
 };
 

@@ -155,11 +155,12 @@ public:
     void ConsiderMaterialFactor();
     void UpdatePurchaseCost();
 
-protected:
-    static bool InGroup(int group, int g) { return group == 0 || group == g; }
     //! The number of units of at most `perUnit` each that together hold `total`, into `units`;
     //! false, leaving `units` as it was, when that number is not finite or beyond what an int holds.
     static bool UnitsNeeded(double total, double perUnit, int& units);
+
+protected:
+    static bool InGroup(int group, int g) { return group == 0 || group == g; }
     void SerializeOwnMembers(CArchive& ar, const MemberTable& table);
     //! Starts the trace of a built-in law: size used, units, formula and base year.
     void TraceLaw(std::string law, double size, std::string units, double baseYear);

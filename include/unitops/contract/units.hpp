@@ -32,6 +32,11 @@ enum class Quantity : std::uint8_t {
     MoleFlow,       //!< kmol/s
     HeatCapacity,   //!< J/(kg K)
     Diffusivity,    //!< m2/s
+    TemperatureDifference,  //!< K; a text in degC or degF counts the difference, without the zero offset
+    HeatTransferCoeff,      //!< W/(m2 K)
+    ThermalConductance,     //!< W/K, an overall UA
+    HeatCapacityTotal,      //!< J/K, of a whole item
+    TemperatureRate,        //!< K/s
 };
 
 const char* QuantityName(Quantity q);
@@ -66,6 +71,10 @@ inline constexpr DisplayUnit kKcalPerHour{"kcal/h", 1.0 / 1.1622, 0.0};
 inline constexpr DisplayUnit kKilowatt{"kW", 1.0e-3, 0.0};
 inline constexpr DisplayUnit kKwPerKgPerS{"kW/(kg/s)", 1.0e-3, 0.0};
 inline constexpr DisplayUnit kKwPerEntityPerS{"kW/(entity/s)", 1.0e-3, 0.0};
+inline constexpr DisplayUnit kKcalPerHourM2DegC{"kcal/(h m2 degC)", 1.0 / 1.1622, 0.0};
+inline constexpr DisplayUnit kKcalPerHourDegC{"kcal/(h degC)", 1.0 / 1.162222, 0.0};
+inline constexpr DisplayUnit kKcalPerDegC{"kcal/degC", 1.0 / 4184.0, 0.0};
+inline constexpr DisplayUnit kDegCPerMin{"degC/min", 60.0, 0.0};
 }  // namespace display
 
 //! Bad text where a value with a unit was expected.

@@ -1,5 +1,6 @@
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel.hpp"
+#include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
 
 namespace unitops {
@@ -10,7 +11,8 @@ bool IsVolumeKeepingOperation(const CTalOperation* op) {
 
 bool IsTransferOperation(const CTalOperation* op) { return op && op->IsKindOf(RUNTIME_CLASS(CTalTransferOp)); }
 
-// Heating and cooling in a vessel answer here once those operation classes are built.
-bool IsVesselHeatOrCoolOperation(const CTalOperation*) { return false; }
+bool IsVesselHeatOrCoolOperation(const CTalOperation* op) {
+    return op && (op->IsKindOf(RUNTIME_CLASS(CTalHeatOp)) || op->IsKindOf(RUNTIME_CLASS(CTalCoolOp)));
+}
 
 }  // namespace unitops

@@ -8,14 +8,13 @@
 namespace unitops {
 
 namespace {
-constexpr double kRatioTolerance = 1e-7;
 constexpr unsigned kInitialBelowMin = 0x3001, kInitialAboveMax = 0x3002;
 constexpr unsigned kFinalBelowMin = 0x3003, kFinalAboveMax = 0x3004;
 constexpr unsigned kHelpVolumeRatio = 0x50;
 
-unsigned RatioProblem(double ratio, double low, double high, unsigned below, unsigned above) {
-    if (ratio < low - kRatioTolerance) return below;
-    if (ratio > high + kRatioTolerance) return above;
+unsigned RatioProblem(double ratio, double low, double high, unsigned below, unsigned above, double tolerance) {
+    if (ratio < low - tolerance) return below;
+    if (ratio > high + tolerance) return above;
     return 0;
 }
 }  // namespace
@@ -30,12 +29,14 @@ void WorkingVolumes::UpdateFinal(double total, int units, double vesselVolume) {
     finalVolumeRatio = vesselVolume <= 1e-15 ? 1.0 : finalVolume / vesselVolume;
 }
 
-unsigned WorkingVolumes::InitialRatioProblem() const {
-    return RatioProblem(workingToVesselVol, minWorkingToVesselVol, maxWorkingToVesselVol, kInitialBelowMin, kInitialAboveMax);
+unsigned WorkingVolumes::InitialRatioProblem(double tolerance) const {
+    return RatioProblem(workingToVesselVol, minWorkingToVesselVol, maxWorkingToVesselVol, kInitialBelowMin, kInitialAboveMax,
+                        tolerance);
 }
 
-unsigned WorkingVolumes::FinalRatioProblem() const {
-    return RatioProblem(finalVolumeRatio, minWorkingToVesselVol, maxWorkingToVesselVol, kFinalBelowMin, kFinalAboveMax);
+unsigned WorkingVolumes::FinalRatioProblem(double tolerance) const {
+    return RatioProblem(finalVolumeRatio, minWorkingToVesselVol, maxWorkingToVesselVol, kFinalBelowMin, kFinalAboveMax,
+                        tolerance);
 }
 
 double WorkingVolumes::CapacityUtilization() const {
@@ -44,7 +45,7 @@ double WorkingVolumes::CapacityUtilization() const {
 }
 
 int SizeBatchVessel(CTalOperation& op, CTalEquipment& equipment, WorkingVolumes& w, bool isInitial, double total,
-                    int skipSizing) {
+                    int skipSizing, double tolerance) {
     int result = 1;
     const auto update = [&](bool initial, double volume) {
         if (initial) {
@@ -55,7 +56,7 @@ int SizeBatchVessel(CTalOperation& op, CTalEquipment& equipment, WorkingVolumes&
     };
     if (!op.IsDesignMode()) {
         update(isInitial, total);
-        if (const unsigned problem = isInitial ? w.InitialRatioProblem() : w.FinalRatioProblem()) {
+        if (const unsigned problem = isInitial ? w.InitialRatioProblem(tolerance) : w.FinalRatioProblem(tolerance)) {
             op.SetSimMsg(problem, kHelpVolumeRatio);
             result = 0;
         }

@@ -21,10 +21,11 @@ struct WorkingVolumes {
     //! 1 for a vessel without volume.
     void UpdateInitial(double total, int units, double vesselVolume);
     void UpdateFinal(double total, int units, double vesselVolume);
-    //! 0 when the ratio lies within the range (with a tolerance of 1e-7), else the number of the
-    //! message that says which side it left.
-    unsigned InitialRatioProblem() const;
-    unsigned FinalRatioProblem() const;
+    static constexpr double kRatioTolerance = 1e-7;
+    //! 0 when the ratio lies within the range (with the tolerance, 1e-7 unless given), else the
+    //! number of the message that says which side it left.
+    unsigned InitialRatioProblem(double tolerance = kRatioTolerance) const;
+    unsigned FinalRatioProblem(double tolerance = kRatioTolerance) const;
     //! The larger of the two ratios over the maximum; 1 when no maximum is set.
     double CapacityUtilization() const;
 };
@@ -35,9 +36,10 @@ class CTalEquipment;
 //! Sizes (design mode) or checks (rating mode) a volume-sized item for `total` contents in all
 //! units, at the start of an operation (`isInitial`) or at its end, then derives the item's
 //! dimensions. Design sizes by the maximum ratio and updates both pairs; rating updates and
-//! tests only the one pair. Problems go to the operation's messages; the result is 0 then.
+//! tests only the one pair, with the ratio tolerance `tolerance`. Problems go to the operation's
+//! messages; the result is 0 then.
 int SizeBatchVessel(CTalOperation& op, CTalEquipment& equipment, WorkingVolumes& w, bool isInitial, double total,
-                    int skipSizing);
+                    int skipSizing, double tolerance = WorkingVolumes::kRatioTolerance);
 
 //! Member rows of the working volumes of class C, which holds them in `volumes`, in the order
 //! WorkingVolume, WorkingToVesselVol, MinWorkingToVesselVol, MaxWorkingToVesselVol (first
