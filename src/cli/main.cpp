@@ -94,17 +94,6 @@ bool StandardOutputWritten() {
     return false;
 }
 
-bool AnyModelEndedAbnormally(const CTalDocEss& doc) {
-    for (const auto& p : doc.Procedures()) {
-        for (int i = 0; i < p->NumberOfOps(); ++i) {
-            for (const SimMessage& m : p->GetOp(i)->Messages()) {
-                if (m.kind == MsgKind::Abnormal) return true;
-            }
-        }
-    }
-    return false;
-}
-
 bool HasLoop(CTalDocEss& doc) {
     std::string loop;
     Simulator(doc).Order(loop);
@@ -211,7 +200,7 @@ std::string Escaped(std::string_view text) {
 int Messages(const std::string& key) {
     if (key.empty()) {
         for (const MessageEntry& e : LibraryMessages()) std::printf("%u\t%s\n", e.key, Escaped(e.text).c_str());
-        return 0;
+        return StandardOutputWritten() ? 0 : kExitBadInput;
     }
     unsigned number = 0;
     try {
@@ -228,7 +217,7 @@ int Messages(const std::string& key) {
         return kExitBadInput;
     }
     std::printf("%s\n", text.c_str());
-    return 0;
+    return StandardOutputWritten() ? 0 : kExitBadInput;
 }
 
 }  // namespace
@@ -272,7 +261,9 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         const int code = app.exit(e);
-        return code == 0 ? 0 : kExitBadInput;  // --help and --version end normally
+        // --help and --version end normally, when what they print could be written.
+        std::cout.flush();
+        return code == 0 && std::cout.good() && StandardOutputWritten() ? 0 : kExitBadInput;
     }
     try {
         if (*validate) return Validate(validateFile);

@@ -7,6 +7,10 @@
 namespace unitops {
 
 namespace {
+// Flows closer than this are one for the models (a pull out whose amount is within it of the
+// contents takes the contents), so a bid short by less is met: raising the feeds could not show.
+constexpr double kNegligibleFlow = 1e-8;  // kg/s
+
 // Liquid and solid mass of a state: the material that operations send out of a vessel.
 double CondensedMass(const CTalSModel& s) {
     double m = 0.0;
@@ -58,7 +62,7 @@ void BackPropagation::CollectStateBid(CTalProcedure& p, const CTalProcedure::Sta
     if (index < 0) return;
     const double held = CondensedMass(*bid.state);
     const double deficit = bid.kgPerS - held;
-    if (deficit <= tolerance_ * std::max(bid.kgPerS, 1e-300)) return;
+    if (deficit <= std::max(tolerance_ * bid.kgPerS, kNegligibleFlow)) return;
     const std::string who = p.Name() + " / " + (bid.op ? bid.op->Name() : std::string("?"));
     std::vector<CTalStream*> sources = Contributors(p, index);
     double scalable = 0.0;
@@ -83,7 +87,7 @@ void BackPropagation::CollectStateBid(CTalProcedure& p, const CTalProcedure::Sta
 void BackPropagation::CollectStreamBid(CTalStream& s, std::vector<OpenBid>& open, std::vector<std::string>& problems) const {
     const double now = s.MassFlow();
     const double want = s.BPGFlowBid();
-    if (std::abs(want - now) <= tolerance_ * std::max(std::abs(now), 1e-300)) return;
+    if (std::abs(want - now) <= std::max(tolerance_ * std::abs(now), kNegligibleFlow)) return;
     if (!s.IsInput() && !(ScalableFlow(s) > 0.0)) {
         problems.push_back("stream " + s.Name() + ": its flow cannot be changed to the amount asked");
         return;

@@ -41,7 +41,7 @@ const MemberTable& CTalOperation::Members() {
         rows.push_back(UnitCodeRow("SetupTimeUnits", &SetupPQ));
         rows.push_back(Real("ProcessTime", &C::m_ProcessTime, Quantity::Time).Shown(&ProcessTimeDisplay));
         rows.push_back(UnitCodeRow("ProcessTimeUnits", &ProcessPQ));
-        rows.push_back(Word("ProcessTimeMode", &C::m_ProcessTimeMode));
+        rows.push_back(Word("ProcessTimeMode", &C::m_ProcessTimeMode).Choices(1, 3));
         rows.push_back(Real("Power", &C::m_Power, Quantity::Power, display::kKilowatt));
         rows.push_back(Real("SpecPower", &C::m_SpecPower, Quantity::SpecificPower).Shown(&SpecPowerDisplay));
         rows.push_back(Computed(

@@ -97,10 +97,29 @@ void Simulator::CheckDefaultContents(ValidationSink& sink) const {
     }
 }
 
+namespace {
+// A stream on an input port that no operation takes from would vanish from the balance.
+bool InputsAllTaken(const CTalProcedure& p, std::vector<std::string>& errors) {
+    bool ok = true;
+    for (int port = 0; port < p.NumberOfInPorts(); ++port) {
+        const CTalStream* s = p.InStream(port);
+        if (!s) continue;
+        bool taken = false;
+        for (int i = 0; i < p.NumberOfOps() && !taken; ++i) taken = p.GetOp(i)->IsInPortUsed(port, 0);
+        if (taken) continue;
+        errors.push_back(p.Name() + ": stream " + s->Name() + " on input port " + std::to_string(port + 1) +
+                         " is taken by no operation; its material would be lost");
+        ok = false;
+    }
+    return ok;
+}
+}  // namespace
+
 bool Simulator::CheckConnections(std::vector<std::string>& errors) {
     CWnd window;
     bool ok = true;
     for (const auto& p : doc_.Procedures()) {
+        if (!InputsAllTaken(*p, errors)) ok = false;
         for (int i = 0; i < p->NumberOfOps(); ++i) {
             CTalOperation* op = p->GetOp(i);
             op->ClearMessages();
@@ -197,6 +216,17 @@ bool Simulator::MasterDurationsChanged(std::map<const CTalOperation*, double>& s
 // durations settle. The results shown are always those of a whole sweep with the feeds that it
 // ran with: a run that stops without settling applies no bids after its last sweep, and a raise
 // that helped no demand is undone and the sweep before it run again.
+bool AnyModelEndedAbnormally(const CTalDocEss& doc) {
+    for (const auto& p : doc.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            for (const SimMessage& m : p->GetOp(i)->Messages()) {
+                if (m.kind == MsgKind::Abnormal) return true;
+            }
+        }
+    }
+    return false;
+}
+
 void Simulator::SweepUntilSettled(SimulationResult& result) {
     BackPropagation bpg(doc_, options_.relativeTolerance);
     std::map<const CTalOperation*, double> masterDurations = MasterDurations();
@@ -211,12 +241,14 @@ void Simulator::SweepUntilSettled(SimulationResult& result) {
             return;
         }
         if (outcome == BidOutcome::Futile) {
-            for (const std::string& demand : problems) result.errors.push_back("back-propagation cannot meet a demand: " + demand);
-            result.errors.push_back("back-propagation stopped after " + std::to_string(result.passes) +
-                                    " sweeps; the results are those from before the last raise of the feeds");
+            // The feeds go back to before the raise that helped nothing, and one more sweep
+            // computes the results from them: the count in the error is every sweep that ran.
             bpg.UndoLastRaise();
             ++result.passes;
             RunPass(result.order, false);
+            for (const std::string& demand : problems) result.errors.push_back("back-propagation cannot meet a demand: " + demand);
+            result.errors.push_back("back-propagation stopped after " + std::to_string(result.passes) +
+                                    " sweeps; the results are those from before the last raise of the feeds");
             return;
         }
         if (result.passes >= options_.maxPasses) {

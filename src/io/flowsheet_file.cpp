@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <unordered_map>
 #include <stdexcept>
 
 #include "unitops/contract/archive.hpp"
@@ -213,6 +214,9 @@ public:
             for (int i = 0; i < p->NumberOfOps(); ++i) refs_.operations.push_back(p->GetOp(i));
         }
         ar_.SetReferences(&refs_);
+        for (std::size_t i = 0; i < doc.Streams().size(); ++i) {
+            streamIndex_.emplace(doc.Streams()[i].get(), static_cast<std::int32_t>(i));
+        }
     }
 
     std::vector<std::uint8_t> Write(const SimulationResult* run) {
@@ -273,9 +277,7 @@ private:
 
     std::int32_t StreamIndex(const CTalStream* s) const {
         if (!s) return -1;
-        for (std::size_t i = 0; i < doc_.Streams().size(); ++i) {
-            if (doc_.Streams()[i].get() == s) return static_cast<std::int32_t>(i);
-        }
+        if (const auto found = streamIndex_.find(s); found != streamIndex_.end()) return found->second;
         throw std::invalid_argument("stream '" + s->Name() + "' is connected but not in the flowsheet");
     }
 
@@ -327,6 +329,7 @@ private:
     double version_;
     CArchive ar_;
     ReferenceTable refs_;
+    std::unordered_map<const CTalStream*, std::int32_t> streamIndex_;  // place of each stream in the list
 };
 
 // ---------------------------------------------------------------- reading

@@ -126,6 +126,15 @@ private:
         Fail(at, std::string("expected a whole number, not ") + (v.is_string() ? "a text" : v.type_name()));
     }
 
+    //! A whole number among the row's choices (a mode, a basis).
+    int Choice(const MemberRow& row, int value, const std::string& at) const {
+        if (value < row.lowest || value > row.highest) {
+            Fail(at, row.name + " must be " + std::to_string(row.lowest) + " to " + std::to_string(row.highest) + " (" +
+                         std::to_string(value) + " given)");
+        }
+        return value;
+    }
+
     bool Bool(const json& v, const std::string& at) const {
         if (!v.is_boolean()) Fail(at, "expected true or false");
         return v.get<bool>();
@@ -159,10 +168,19 @@ private:
             if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
             switch (row->type) {
                 case MemberType::Real: row->set(obj, Value(value, row->quantity, where)); break;
-                case MemberType::Integer: row->set(obj, Integer(value, where)); break;
+                case MemberType::Integer: row->set(obj, Choice(*row, Integer(value, where), where)); break;
                 case MemberType::Text: SetText(obj, *row, Text(value, where), where); break;
                 case MemberType::RealArray: row->set(obj, ComponentArray(value, where)); break;
             }
+        }
+        // A later key may have changed what an earlier text named (a `PortID` that moves the
+        // transfer off the port of its `PortStream`): every text given must still read back.
+        for (const auto& [key, value] : j.items()) {
+            if (skip.count(key) || IsNote(key) || !value.is_string()) continue;
+            const MemberRow* row = FindMember(table, key);
+            if (row->type != MemberType::Text || std::get<std::string>(row->get(obj)) == value.get<std::string>()) continue;
+            Fail(Key(at, key), "'" + value.get<std::string>() + "' no longer holds after the other keys of this object were set (" +
+                                   row->name + " reads '" + std::get<std::string>(row->get(obj)) + "'); give one of the keys that contradict each other");
         }
     }
 

@@ -1,5 +1,6 @@
 #include "unitops/io/json_text.hpp"
 
+#include <cstdio>
 #include <unordered_map>
 #include <vector>
 
@@ -38,7 +39,10 @@ public:
     bool number_integer(number_integer_t v) override { return Put(v) != nullptr; }
     bool number_unsigned(number_unsigned_t v) override { return Put(v) != nullptr; }
     bool number_float(number_float_t v, const string_t&) override { return Put(v) != nullptr; }
-    bool string(string_t& v) override { return Put(std::move(v)) != nullptr; }
+    bool string(string_t& v) override {
+        RefuseControlCharacters(v, "text");
+        return Put(std::move(v)) != nullptr;
+    }
     bool binary(binary_t& v) override { return Put(json::binary(std::move(v))) != nullptr; }
     bool start_object(std::size_t) override { return Open(json::object(), false); }
     bool start_array(std::size_t) override { return Open(json::array(), true); }
@@ -48,6 +52,7 @@ public:
     }
     bool end_array() override { return end_object(); }
     bool key(string_t& k) override {
+        RefuseControlCharacters(k, "key");
         Frame& f = frames_.back();
         const std::size_t position = f.keys.size() + 1;
         const auto [it, inserted] = f.keys.emplace(k, position);
@@ -73,6 +78,19 @@ public:
     }
 
 private:
+    // A control character (an escaped NUL, an escape sequence for a terminal) in a name would cut
+    // it short or reach the terminal from a report; tab and line breaks are allowed.
+    void RefuseControlCharacters(const std::string& text, const char* what) const {
+        for (const char c : text) {
+            const auto byte = static_cast<unsigned char>(c);
+            if ((byte < 0x20 && c != '\t' && c != '\n' && c != '\r') || byte == 0x7F) {
+                char code[8];
+                std::snprintf(code, sizeof code, "U+%04X", byte);
+                Fail(std::string("a ") + what + " holds the control character " + code);
+            }
+        }
+    }
+
     struct Frame {
         json* value;
         bool array;
@@ -134,6 +152,9 @@ json ParseJsonDocument(std::string_view text, const std::string& origin) {
     // The parser stops at a NUL byte as at the end of the text: what follows would be lost.
     if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
         throw InputError(Located(text, nul, origin), "a NUL byte, which a JSON text never holds");
+    }
+    if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+        throw InputError(origin, "the input is empty: a flowsheet is a JSON object");
     }
     StrictBuilder builder(text, origin);
     json::sax_parse(text, &builder);

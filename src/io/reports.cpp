@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "unitops/contract/members.hpp"
+#include "unitops/contract/simulation.hpp"
 #include "unitops/io/energy_totals.hpp"
 
 namespace unitops {
@@ -307,7 +308,8 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     std::fprintf(f, ")\n");
     if (result && result->passes > 1) {
         if (result->completed) {
-            std::fprintf(f, "Back-propagation settled after %d sweeps.\n", result->passes);
+            std::fprintf(f, "Back-propagation settled after %d sweeps%s\n", result->passes,
+                         AnyModelEndedAbnormally(doc) ? ", but a model ended abnormally (see the errors below)." : ".");
         } else {
             std::fprintf(f, "Back-propagation did not settle: %d sweeps ran (see the errors below).\n", result->passes);
         }

@@ -23,11 +23,16 @@ const std::string kExamples = std::string(UNITOPS_SOURCE_DIR) + "/examples/";
 constexpr const char* kOneInputMixer = R"({"components": ["Water"], "streams": {"A": {"flows": {"Water": 1}}},
   "procedures": [{"name": "P-1", "type": "0xA087", "inputs": ["A"], "outputs": ["C"]}]})";
 
-// A charge whose port names no port: the operation ends abnormally.
+// A charge whose port names no port: the operation ends abnormally (another charge takes the
+// water, so that no feed is left untaken).
 std::string ChargeWithoutPort() {
     std::ifstream in(kExamples + "batch_transfers.json");
     nlohmann::ordered_json j = nlohmann::ordered_json::parse(in);
-    j["procedures"][0]["operations"][0]["PortID"] = -99;
+    auto& ops = j["procedures"][0]["operations"];
+    ops[0].erase("PortStream");
+    ops[0]["PortID"] = -99;
+    ops.insert(ops.begin() + 1, nlohmann::ordered_json::object(
+                                    {{"model", "Charge"}, {"name", "CHARGE-3"}, {"PortStream", "WATER"}, {"ProcessTime", "1 h"}}));
     return j.dump();
 }
 
@@ -44,6 +49,7 @@ TEST(ExitStatus, FollowsTheDocumentedPolicy) {
     const CliRun model = Unitops("simulate " + abnormal);
     EXPECT_EQ(model.exitCode, 2);
     EXPECT_NE(model.out.find("CHARGE-1 (Charge): error: No stream is attached"), std::string::npos) << model.out;
+    EXPECT_EQ(model.out.find("settled after"), model.out.find("settled after 3 sweeps, but a model ended abnormally")) << model.out;
     EXPECT_EQ(Unitops("simulate --no-such-option").exitCode, 1);
     EXPECT_EQ(Unitops("--help").exitCode, 0);
     for (const std::string& f : {badJson, unconnected, abnormal}) std::filesystem::remove(f);
@@ -75,6 +81,9 @@ TEST(Outputs, AFailedJsonStillSavesAndAFullDeviceFails) {
     EXPECT_EQ(Unitops("report " + saved).exitCode, 0);
     EXPECT_EQ(Unitops("simulate > /dev/full").exitCode, 1);  // the message goes to /dev/full too
     EXPECT_EQ(Unitops("models > /dev/full").exitCode, 1);
+    for (const char* listing : {"messages", "messages 12288", "--version", "--help"}) {
+        EXPECT_EQ(Unitops(std::string(listing) + " > /dev/full").exitCode, 1) << listing;
+    }
     EXPECT_EQ(Unitops("report " + saved + " > /dev/full").exitCode, 1);
     std::filesystem::remove(saved);
 }

@@ -86,5 +86,49 @@ TEST_F(TransferNames, ATransferOutModeOutsideItsValuesFailsValidation) {
     EXPECT_EQ(sink.Issues()[0].label, "Transfer Out Mode");
 }
 
+TEST_F(TransferNames, KeysThatContradictEachOtherAreAnError) {
+    // PortID 2 moves the charge off the port of WATER that PortStream named.
+    const std::string error = LoadError(Edited(R"("PortStream": "WATER",)", R"("PortStream": "WATER", "PortID": 2,)"));
+    EXPECT_NE(error.find("procedures[0].operations[0].PortStream: 'WATER' no longer holds"), std::string::npos) << error;
+    EXPECT_NE(error.find("reads 'SALT'"), std::string::npos) << error;
+}
+
+TEST_F(TransferNames, ModesAndBasesOutsideTheirChoicesAreAnError) {
+    EXPECT_NE(LoadError(Edited(R"("ProcessTimeMode": 1)", R"("ProcessTimeMode": 9)"))
+                  .find("procedures[0].operations[1].ProcessTimeMode: ProcessTimeMode must be 1 to 3 (9 given)"),
+              std::string::npos);
+    EXPECT_NE(LoadError(Edited(R"("FlowBasis": 1)", R"("FlowBasis": 3)")).find("FlowBasis must be 0 to 2 (3 given)"),
+              std::string::npos);
+}
+
+TEST_F(TransferNames, AFeedThatNoOperationTakesStopsTheRun) {
+    // Without its first charge, the water on input port 1 of P-1 would leave the balance.
+    std::string text = Example();
+    const auto from = text.find(R"({"model": "Charge", "name": "CHARGE-1")");
+    const auto to = text.find(R"({"model": "Charge", "name": "CHARGE-2")");
+    ASSERT_LT(from, to);
+    text.erase(from, to - from);
+    auto doc = LoadFlowsheet(text, "t.json");
+    const SimulationResult r = Simulator(*doc).Run();
+    EXPECT_FALSE(r.checksPassed);
+    ASSERT_EQ(r.errors.size(), 1u);
+    EXPECT_EQ(r.errors[0], "P-1: stream WATER on input port 1 is taken by no operation; its material would be lost");
+}
+
+TEST(JsonText, ControlCharactersAndEmptyInputAreRefusedWithTheirPlace) {
+    const auto error = [](const std::string& text) {
+        try {
+            LoadFlowsheet(text, "t.json");
+        } catch (const InputError& e) {
+            return std::string(e.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(error(R"({"streams": {"S\u0000A": {}}})"), "t.json: streams: a key holds the control character U+0000");
+    EXPECT_EQ(error(R"({"flowsheet": {"name": "Mix\u001b[2J"}})"),
+              "t.json: flowsheet.name: a text holds the control character U+001B");
+    EXPECT_EQ(error(" \n "), "t.json: the input is empty: a flowsheet is a JSON object");
+}
+
 }  // namespace
 }  // namespace unitops

@@ -352,6 +352,7 @@ TEST_F(TransferTest, VesselChecksFindAnOperationThatFillsMoreThanTheVesselAllows
 
 TEST_F(TransferTest, ADemandThatNothingUpstreamCanMeetIsReported) {
     // P-A charges water and sends a fixed 400 kg on; P-B asks 1000 kg of what it received.
+    proc->ConnectIn(0, nullptr);  // the fixture's vessel has no operation to take its feed
     CTalProcedure& pa = test::AddProcedure(*doc, "P-A", 0xA010, false);
     CTalProcedure& pb = test::AddProcedure(*doc, "P-B", 0xA010, false);
     CTalInputStream& water = test::AddFeed(*doc, "W", {0.1, 0.0, 0.0}, 293.15);

@@ -3,6 +3,7 @@
 // archive stores it). The flowsheet loader sets parameters through the table, results print
 // every row, units are converted by it and the archive reads and writes the persisted rows.
 
+#include <climits>
 #include <functional>
 #include <span>
 #include <string>
@@ -34,6 +35,8 @@ struct MemberRow {
     MemberValue absent;     //!< value given when the file predates `since`
     bool input = true;      //!< may a flowsheet file set it (false for results)
     bool stored = true;     //!< backed by storage that copying and unit conversion act on
+    int lowest = INT_MIN;   //!< whole-number choices: the values a flowsheet file may give
+    int highest = INT_MAX;
     std::function<MemberValue(const CObject&)> get;
     std::function<void(CObject&, const MemberValue&)> set;
 
@@ -48,6 +51,11 @@ struct MemberRow {
     }
     MemberRow&& Shown(DisplayUnit (*f)(const CObject&)) && { displayOf = f; return std::move(*this); }
     MemberRow&& Result() && { input = false; return std::move(*this); }
+    MemberRow&& Choices(int first, int last) && {
+        lowest = first;
+        highest = last;
+        return std::move(*this);
+    }
 };
 
 //! The rows of a class: those of its bases first, then its own.

@@ -29,6 +29,9 @@ struct SimulationResult {
     std::vector<CTalProcedure*> order;
 };
 
+//! True if an operation of the flowsheet ended its last solve abnormally (an error message).
+bool AnyModelEndedAbnormally(const CTalDocEss& doc);
+
 class Simulator {
 public:
     explicit Simulator(CTalDocEss& doc, SimulationOptions options = {}) : doc_(doc), options_(options) {}

@@ -86,7 +86,7 @@ const MemberTable& CTalTransferOp::Members() {
         rows.push_back(Int("PortID", &C::m_PortID));
         rows.push_back(Real("MassFlowRate", &C::m_MassFlowRate, Quantity::MassFlow, display::kKgPerMin));
         rows.push_back(Real("VolFlowRate", &C::m_VolFlowRate, Quantity::VolumeFlow, display::kLitrePerMin));
-        rows.push_back(Word("FlowBasis", &C::m_FlowBasis).Since(4.707, 0));
+        rows.push_back(Word("FlowBasis", &C::m_FlowBasis).Since(4.707, 0).Choices(0, 2));
         for (MemberRow& r : VolumeRowsSince<C>(5.00092)) rows.push_back(std::move(r));
         rows.push_back(PortStreamRow());
         return rows;

@@ -29,7 +29,7 @@ const MemberTable& CTalThermalVesselOp::Members() {
     using namespace members;
     using C = CTalThermalVesselOp;
     static const MemberTable table(CTalVesselOp::Members(), {
-        Word("ThermalMode", &C::m_ThermalMode),
+        Word("ThermalMode", &C::m_ThermalMode).Choices(1, 3),
         Real("ExternalDuty", &C::m_ExternalDuty, Quantity::Power, display::kKcalPerHour),
     });
     return table;
