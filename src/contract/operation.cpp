@@ -283,6 +283,8 @@ double CTalOperation::HoldupTime() const { return m_Owner ? m_Owner->HoldupTime(
 double CTalOperation::CycleTime() const { return m_Owner ? m_Owner->CycleTime() : 3600.0; }
 int CTalOperation::NumberOfCycles() const { return m_Owner ? m_Owner->NumberOfCycles() : 1; }
 double CTalOperation::UtilFactor() const { return m_Owner ? m_Owner->UtilFactor() : 1.0; }
+double CTalOperation::DutyTimePerBatch() const { return ProcessTime() * std::max(NumberOfCycles(), 1); }
+
 double CTalOperation::BatchReferenceTime() const {
     return IsFlowsheetInBatchMode() ? PlantBatchTime() : HoldupTime();
 }

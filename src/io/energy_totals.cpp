@@ -10,11 +10,15 @@ namespace unitops {
 
 namespace {
 
-// How long an operation runs in one batch of the plant: its duration times its cycles in a
-// batch procedure, the whole batch time in a continuous one.
-double SecondsPerBatch(const CTalProcedure& p, const CTalOperation& op, double plantBatchTime) {
-    if (!p.IsBatchMode()) return plantBatchTime;
-    return op.ProcessTime() * std::max(p.NumberOfCycles(), 1);
+// Seconds of one batch that an operation's duties and agent rate span (see `DutyTimePerBatch`), and
+// that its power is drawn: its duration times its cycles in a batch procedure, the whole batch
+// time in a continuous one.
+double DutySecondsPerBatch(const CTalProcedure& p, const CTalOperation& op, double plantBatchTime) {
+    return p.IsBatchMode() ? op.DutyTimePerBatch() : plantBatchTime;
+}
+
+double PowerSecondsPerBatch(const CTalProcedure& p, const CTalOperation& op, double plantBatchTime) {
+    return p.IsBatchMode() ? op.ProcessTime() * std::max(p.NumberOfCycles(), 1) : plantBatchTime;
 }
 
 void Line(std::FILE* f, const std::string& label, double value, const char* unit) {
@@ -67,10 +71,10 @@ EnergyUse ProcedureEnergy(const CTalProcedure& p, bool perBatch, double plantBat
     EnergyUse u;
     for (int i = 0; i < p.NumberOfOps(); ++i) {
         const CTalOperation& op = *p.GetOp(i);
-        const double t = perBatch ? SecondsPerBatch(p, op, plantBatchTime) : 1.0;
+        const double t = perBatch ? DutySecondsPerBatch(p, op, plantBatchTime) : 1.0;
         u.heating += op.HeatingDuty() * t;
         u.cooling += op.CoolingDuty() * t;
-        u.electric += op.TotalPower() * t;
+        u.electric += op.TotalPower() * (perBatch ? PowerSecondsPerBatch(p, op, plantBatchTime) : 1.0);
         u.peakPower += op.TotalPower();
         if (op.HxAgent() && op.AgentRate() > 0.0) u.agents[op.HxAgent()->Name()] += op.AgentRate() * t;
     }

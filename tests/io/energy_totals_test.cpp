@@ -23,6 +23,20 @@ const CTalOperation& Op(const CTalDocEss& doc, const std::string& procedure, int
     return *doc.FindProcedure(procedure)->GetOp(i);
 }
 
+// A batch reaction's balance works on flows averaged over the plant batch time, and so are its
+// duties: the energy per batch is the duty times the batch time, not times the reaction time.
+TEST(EnergyTotals, ABatchReactionCountsItsDutyOverTheBatchTime) {
+    auto doc = RunExample("fermentation");
+    const CTalOperation& ferment = Op(*doc, "P-1", 1);
+    ASSERT_GT(ferment.CoolingDuty(), 0.0);
+    ASSERT_LT(ferment.ProcessTime(), doc->PlantBatchTime());
+    const EnergyUse u = FlowsheetEnergy(*doc);
+    EXPECT_NEAR(u.cooling, ferment.CoolingDuty() * doc->PlantBatchTime(), 1e-6 * u.cooling);
+    EXPECT_NEAR(u.agents.at(ferment.HxAgent()->Name()), ferment.AgentRate() * doc->PlantBatchTime(), 1e-9 * u.cooling);
+    // The agitator draws its power while the reaction runs.
+    EXPECT_NEAR(u.electric, ferment.TotalPower() * ferment.ProcessTime(), 1e-6 * u.electric);
+}
+
 TEST(EnergyTotals, ABatchPlantCountsEachOperationOverItsDuration) {
     auto doc = RunExample("batch_heating");
     const CTalOperation& heat = Op(*doc, "P-1", 1);

@@ -9,8 +9,8 @@
 
 namespace unitops::test {
 
-//! What enters each procedure (its first state and its inputs) leaves it (its outputs and last
-//! state) to `relative` of what enters; no flow of a stream or state is negative or not finite.
+//! What enters each procedure (its inputs, and in a batch recipe its first state) leaves it (its
+//! outputs, and in a batch recipe its last state) to `relative` of what enters; no flow of a stream or state is negative or not finite.
 void ExpectMassClosesPerProcedure(const CTalDocEss& doc, double relative = 1e-9);
 
 //! Two result trees alike: numbers to `tolerance` relative, everything else equal; `path` names

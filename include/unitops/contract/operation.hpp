@@ -68,6 +68,10 @@ public:
     virtual bool CarriesInBatchMaterialOut() const { return false; }
     virtual bool IsDesignSpec() const { return false; }
     virtual double TotalPower() const { return m_Power; }
+    //! Seconds of one batch over which `HeatingDuty`, `CoolingDuty` and `AgentRate` are given: by
+    //! default the operation's duration times its cycles; an operation whose duties are averaged
+    //! over the batch answers the batch time.
+    virtual double DutyTimePerBatch() const;
     virtual int IsEssential() const { return 0; }
     virtual int IsCyclical() const { return 0; }
     virtual int CanSizeEquipment(const CTalEquipment* equipment) const;

@@ -126,10 +126,6 @@ int CTalRxnOp::WriteIDR_Description(std::FILE* f) {
     CTalThermalVesselOp::WriteIDR_Description(f);
     std::fprintf(f, "Setup Time     = %-15.2lf\n", SetupTime());
     std::fprintf(f, "Reaction Time  = %-15.2lf\n", ProcessTime());
-    if (m_HxAgent && m_AgentRate > 0.0) {
-        const double rate = IsInInternalUnits() ? display::kKgPerHour.ToDisplay(m_AgentRate) : m_AgentRate;
-        std::fprintf(f, "Agent Rate     = %-15.2lf kg/h of %s\n", rate, m_HxAgent->Name().c_str());
-    }
     m_EmissionsSpec.WriteIDR_Description(f);
     return 1;
 }
@@ -209,16 +205,16 @@ int CTalRxnOp::ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out
     const int sizingOK = ContinuousVesselSizing(Vdot, skipSizing);
     const int balanceOK = balance(feed.get(), out, Headspace());
     if (balanceOK == kBalanceEndedAbnormally) return 0;
-    SendToProduct(in, out);
+    SendToProduct(out);
     CalcEquipCapacityUtilF();
     return NormalSimEnding(sizingOK && balanceOK);
 }
 
-// The product leaves; the vessel keeps what it held before the continuous operation (its
-// default air, say), which the operation never touched: emptying it would lose that mass.
-void CTalRxnOp::SendToProduct(const CTalStateStream* in, CTalStateStream* out) {
+// A continuous reactor holds no inventory from one moment to the next: the product leaves and the
+// state after the operation is empty.
+void CTalRxnOp::SendToProduct(CTalStateStream* out) {
     if (CTalStream* product = ProductStream()) out->CopyDataInto(*product, 1);
-    in->CopyDataInto(*out, 1);
+    out->Zero(false, true);
 }
 
 void CTalRxnOp::ProloguePressure(const CTalStateStream* in, CTalStateStream* out) {

@@ -198,7 +198,11 @@ int CTalPFStoichRxnOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag
 }
 
 int CTalPFStoichRxnOp::WriteIDR_Description(std::FILE* f) {
-    if (!IsDesignMode()) std::fprintf(f, "Min Residence Time = %-15.3lf h\n", m_MinResidenceTime / 3600.0);
+    // Reports are written in display units, where the member already holds hours.
+    if (!IsDesignMode()) {
+        const double hours = IsInInternalUnits() ? display::kHour.ToDisplay(m_MinResidenceTime) : m_MinResidenceTime;
+        std::fprintf(f, "Min Residence Time = %-15.3lf h\n", hours);
+    }
     return CTalStoichRxnOp::WriteIDR_Description(f);
 }
 
@@ -235,7 +239,7 @@ int CTalPFStoichRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, in
     }
     RateOrSize(Vdot, skipSizing);
     const int result = MaterialBalances(feed.get(), after, 0.0);
-    SendToProduct(before, after);
+    SendToProduct(after);
     return NormalSimEnding(result);
 }
 

@@ -30,6 +30,8 @@ public:
     int IsAdequatelyConnectedForSimulation(CWnd* wnd) override;
     bool IsInPortUsed(int port, int flag) const override;
     bool IsOutPortUsed(int port, int flag) const override;
+    //! The balance works on flows averaged over the batch: so are its duties and agent rate.
+    double DutyTimePerBatch() const override { return BatchReferenceTime(); }
     void CopyDataInto(CTalOperation* target, int flag) const override;
     void InitSimModelParams() override;
     void InitCostParams() override;
@@ -64,7 +66,7 @@ protected:
     //! The body of Solve of the continuous vessel forms.
     int ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance);
     //! Copies the result `out` to the product stream and gives `out` back the contents `in`.
-    void SendToProduct(const CTalStateStream* in, CTalStateStream* out);
+    void SendToProduct(CTalStateStream* out);
     //! Pressure from the feed unless set; false (with a message) when emissions need a vent stream
     //! that is not there.
     void ProloguePressure(const CTalStateStream* in, CTalStateStream* out);
