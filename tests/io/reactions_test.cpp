@@ -7,8 +7,10 @@
 #include <map>
 #include <string>
 
+#include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/io/reports.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 
 namespace unitops {
@@ -177,6 +179,18 @@ TEST(ReactionExamples, PlugFlowReactorIsSizedForItsResidenceTimeAndAdiabatic) {
     EXPECT_EQ(r.LimitingComp(), "Ethanol");
     const double dT = -xi * r.RxnEnthalpy(1, feed.Temp()) / (feed.MassFlow() * feed.LiqSolCp());
     EXPECT_NEAR(product.Temp(), feed.Temp() + dT, 1e-9);
+}
+
+// In rating the input data report opens with the minimum residence time, in hours.
+TEST(ReactionExamples, PlugFlowRatingReportsItsMinimumResidenceTimeInHours) {
+    std::string text = ReadTextFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/plug_flow_reaction.json");
+    const auto replace = [&text](const std::string& from, const std::string& to) { text.replace(text.find(from), from.size(), to); };
+    replace(R"("design": true,)", R"("design": false, "Volume": "2000 L",)");
+    replace(R"("ResidenceTime": "40 min")", R"("MinResidenceTime": "15 min")");
+    auto doc = LoadFlowsheet(text, "t.json");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const std::string report = test::Capture([&](std::FILE* f) { WriteInputDataReport(f, *doc); });
+    EXPECT_NE(report.find("Min Residence Time = 0.250           h\n"), std::string::npos) << report;
 }
 
 }  // namespace
