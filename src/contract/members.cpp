@@ -41,9 +41,10 @@ MemberRow Computed(const char* name, MemberType type, Quantity q, DisplayUnit d,
 }  // namespace members
 
 namespace {
-// Entries of a per-component array: the flowsheet's component count when the archive knows the
-// flowsheet, else the count that the object gives.
-std::size_t ArrayLength(const CArchive& ar, std::size_t components) {
+// Entries of an array: the row's own length, else (per component) the flowsheet's component count
+// when the archive knows the flowsheet, else the count that the object gives.
+std::size_t ArrayLength(const CArchive& ar, const CObject& obj, const MemberRow& r, std::size_t components) {
+    if (r.lengthOf) return r.lengthOf(obj);
     return ar.Components() ? ar.Components()->size() : components;
 }
 
@@ -56,9 +57,10 @@ void StoreRow(CArchive& ar, const CObject& obj, const MemberRow& r, std::size_t 
         case Persist::Text: ar << std::get<std::string>(v); break;
         case Persist::DoubleArray: {
             const auto& a = std::get<std::vector<double>>(v);
-            if (a.size() != ArrayLength(ar, components)) {
+            if (a.size() != ArrayLength(ar, obj, r, components)) {
                 ar.Fail(r.name + " of " + obj.GetRuntimeClass()->m_lpszClassName + " holds " + std::to_string(a.size()) +
-                        " values for " + std::to_string(ArrayLength(ar, components)) + " components");
+                        " values for " + std::to_string(ArrayLength(ar, obj, r, components)) +
+                        (r.lengthOf ? " entries" : " components"));
             }
             for (double x : a) ar << x;
             break;
@@ -74,7 +76,7 @@ void LoadRow(CArchive& ar, CObject& obj, const MemberRow& r, std::size_t compone
         case Persist::Word16: r.set(obj, ar.ReadWord()); break;
         case Persist::Text: { std::string t; ar >> t; r.set(obj, t); break; }
         case Persist::DoubleArray: {
-            const std::size_t n = ArrayLength(ar, components);
+            const std::size_t n = ArrayLength(ar, obj, r, components);
             if (n > ar.Remaining() / sizeof(double)) ar.Fail("unexpected end of file");
             std::vector<double> a(n);
             for (double& x : a) ar >> x;

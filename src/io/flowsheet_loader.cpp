@@ -170,7 +170,9 @@ private:
                 case MemberType::Real: row->set(obj, Value(value, row->quantity, where)); break;
                 case MemberType::Integer: row->set(obj, Choice(*row, Integer(value, where), where)); break;
                 case MemberType::Text: SetText(obj, *row, Text(value, where), where); break;
-                case MemberType::RealArray: row->set(obj, ComponentArray(value, where)); break;
+                case MemberType::RealArray:
+                    row->set(obj, row->lengthOf ? ListArray(value, row->lengthOf(obj), where) : ComponentArray(value, where));
+                    break;
             }
         }
         // A later key may have changed what an earlier text named (a `PortID` that moves the
@@ -197,6 +199,25 @@ private:
     //! Mass fractions must add up to 1 (to within 0.1 %; they are then scaled to 1).
     void CheckFractionSum(double sum, const std::string& at) const {
         if (std::abs(sum - 1.0) > 1e-3) Fail(at, "the mass fractions add up to " + std::to_string(sum) + ", not 1");
+    }
+
+    //! An array that is not one per component: a list of `n` values, or a list of lists read in
+    //! order (one list per outlet of a component splitting).
+    std::vector<double> ListArray(const json& v, std::size_t n, const std::string& at) const {
+        std::vector<double> a;
+        const auto collect = [&](const json& list, const std::string& where, auto& self) -> void {
+            if (!list.is_array()) Fail(where, "expected a list of " + std::to_string(n) + " values");
+            for (std::size_t i = 0; i < list.size(); ++i) {
+                if (list[i].is_array()) {
+                    self(list[i], Index(where, i), self);
+                } else {
+                    a.push_back(Value(list[i], Quantity::Dimensionless, Index(where, i)));
+                }
+            }
+        };
+        collect(v, at, collect);
+        if (a.size() != n) Fail(at, "expected " + std::to_string(n) + " values, found " + std::to_string(a.size()));
+        return a;
     }
 
     std::vector<double> ComponentArray(const json& v, const std::string& at) const {

@@ -8,6 +8,7 @@
 #include "unitops/models/heat_flow/heat_exchanging.hpp"
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
+#include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
@@ -54,6 +55,15 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHeatExchanger), RUNTIME_CLASS(CTalElectricHeater), RUNTIME_CLASS(CTalElectricCooler),
                  // Heating and cooling in a vessel
                  RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
+                 // Flow and component splitting
+                 RUNTIME_CLASS(CTalFlowSplitting), RUNTIME_CLASS(CTalFlow3WaySplitting),
+                 RUNTIME_CLASS(CTalFlow4WaySplitting), RUNTIME_CLASS(CTalFlow5WaySplitting),
+                 RUNTIME_CLASS(CTalFlow6WaySplitting), RUNTIME_CLASS(CTalFlow7WaySplitting),
+                 RUNTIME_CLASS(CTalFlow8WaySplitting), RUNTIME_CLASS(CTalFlow9WaySplitting),
+                 RUNTIME_CLASS(CTalComponentSplitting), RUNTIME_CLASS(CTalComp3WaySplitting),
+                 RUNTIME_CLASS(CTalComp4WaySplitting), RUNTIME_CLASS(CTalComp5WaySplitting),
+                 RUNTIME_CLASS(CTalComp6WaySplitting), RUNTIME_CLASS(CTalComp7WaySplitting),
+                 RUNTIME_CLASS(CTalComp8WaySplitting), RUNTIME_CLASS(CTalComp9WaySplitting),
              }) {
             r.Register(c);
         }

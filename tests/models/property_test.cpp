@@ -64,7 +64,37 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             if (agent) op->SetHxAgent(doc.FindAgent(agent));
         };
     };
-    static const std::map<unsigned, Settings> settings = {
+    // Splittings: uneven shares per outlet (and per component) that add up to 1.
+    const auto shares = [](int n, int shift) {
+        std::vector<double> f;
+        double sum = 0.0;
+        for (int k = 0; k + 1 < n; ++k) {
+            f.push_back((1.0 + (k + shift) % n) / (n * (n + 1) / 2.0));
+            sum += f.back();
+        }
+        f.push_back(1.0 - sum);
+        return f;
+    };
+    const auto splitting = [shares](const char* member, bool perComponent) {
+        return [shares, member, perComponent](CTalDocEss&, CTalProcedure& p) {
+            CTalOperation* op = p.GetOp(0);
+            const int n = std::get<int>(op->MemberRows().Find("NumberOfOutlets")->get(*op));
+            std::vector<double> all;
+            for (int i = 0; i < (perComponent ? op->NumberOfComponents() : 1); ++i) {
+                const std::vector<double> f = shares(n, i);
+                all.insert(all.end(), f.begin(), f.end());
+            }
+            if (perComponent) {  // one array per outlet, each over the components
+                std::vector<double> byOutlet(all.size());
+                for (int i = 0; i < op->NumberOfComponents(); ++i) {
+                    for (int k = 0; k < n; ++k) byOutlet[static_cast<std::size_t>(k * op->NumberOfComponents() + i)] = all[static_cast<std::size_t>(i * n + k)];
+                }
+                all = byOutlet;
+            }
+            op->MemberRows().Find(member)->set(*op, all);
+        };
+    };
+    static std::map<unsigned, Settings> settings = {
         {0xA011, fermentation(true)},
         {0xA014, fermentation(false)},
         {0xA080, exitTemp(350.0, "Steam")},
@@ -78,6 +108,19 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
              }
          }},
     };
+    static const bool splittingsAdded = [&] {
+        settings[0xA091] = [](CTalDocEss&, CTalProcedure& p) { p.GetOp(0)->MemberRows().Find("TopFlowFraction")->set(*p.GetOp(0), 0.3); };
+        settings[0xA0A0] = [](CTalDocEss&, CTalProcedure& p) {
+            CTalOperation* op = p.GetOp(0);
+            std::vector<double> f;
+            for (int i = 0; i < op->NumberOfComponents(); ++i) f.push_back(static_cast<double>(i % 3) / 2.0);
+            op->MemberRows().Find("ComponentFractions")->set(*op, f);
+        };
+        for (unsigned id = 0xA092; id <= 0xA098; ++id) settings[id] = splitting("FlowFractions", false);
+        for (unsigned id = 0xA0A1; id <= 0xA0A7; ++id) settings[id] = splitting("ComponentFractions", true);
+        return true;
+    }();
+    (void)splittingsAdded;
     return settings;
 }
 

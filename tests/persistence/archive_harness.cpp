@@ -82,7 +82,7 @@ MemberValue DistinctValue(const MemberRow& row, std::size_t k, std::size_t compo
 void SetDistinctValues(CObject& obj, std::size_t components) {
     std::size_t k = 0;
     for (const MemberRow& r : obj.MemberRows().All()) {
-        if (r.persist != Persist::None) r.set(obj, DistinctValue(r, k++, components));
+        if (r.persist != Persist::None) r.set(obj, DistinctValue(r, k++, r.lengthOf ? r.lengthOf(obj) : components));
     }
 }
 

@@ -37,6 +37,9 @@ struct MemberRow {
     bool stored = true;     //!< backed by storage that copying and unit conversion act on
     int lowest = INT_MIN;   //!< whole-number choices: the values a flowsheet file may give
     int highest = INT_MAX;
+    //! Entries of an array that is not one per component (a value per outlet, say); null for
+    //! an array per component.
+    std::size_t (*lengthOf)(const CObject&) = nullptr;
     std::function<MemberValue(const CObject&)> get;
     std::function<void(CObject&, const MemberValue&)> set;
 
@@ -51,6 +54,7 @@ struct MemberRow {
     }
     MemberRow&& Shown(DisplayUnit (*f)(const CObject&)) && { displayOf = f; return std::move(*this); }
     MemberRow&& Result() && { input = false; return std::move(*this); }
+    MemberRow&& Length(std::size_t (*f)(const CObject&)) && { lengthOf = f; return std::move(*this); }
     MemberRow&& Choices(int first, int last) && {
         lowest = first;
         highest = last;
@@ -121,6 +125,21 @@ MemberRow Text(const char* name, std::string C::*m, Persist p = Persist::Text) {
     return r;
 }
 
+//! An array of reals kept whole in the archive: one per component, or as many as `Length` gives.
+template <class C>
+MemberRow RealArray(const char* name, std::vector<double> C::*m, Quantity q, DisplayUnit d = display::kNone) {
+    MemberRow r;
+    r.name = name;
+    r.type = MemberType::RealArray;
+    r.quantity = q;
+    r.display = d;
+    r.persist = Persist::DoubleArray;
+    r.absent = std::vector<double>();
+    r.get = [m](const CObject& o) -> MemberValue { return static_cast<const C&>(o).*m; };
+    r.set = [m](CObject& o, const MemberValue& v) { static_cast<C&>(o).*m = std::get<std::vector<double>>(v); };
+    return r;
+}
+
 //! A member reached through accessors rather than a data member.
 MemberRow Computed(const char* name, MemberType type, Quantity q, DisplayUnit d,
                    std::function<MemberValue(const CObject&)> get,
@@ -131,7 +150,8 @@ MemberRow Computed(const char* name, MemberType type, Quantity q, DisplayUnit d,
 class CArchive;
 
 //! Writes or reads the persisted rows in table order; a row newer than `version` is not read
-//! but takes its absent value. Per-component arrays have `components` entries.
+//! but takes its absent value. Per-component arrays have `components` entries; other arrays
+//! the length that their row gives.
 void SerializeRows(CArchive& ar, CObject& obj, std::span<const MemberRow> rows, double version, std::size_t components);
 
 //! Runs `checks` with the object in internal units and restores its units state afterwards:

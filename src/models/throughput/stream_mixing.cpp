@@ -21,7 +21,6 @@ namespace {
 constexpr int kMaxMixerInputs = 16;
 constexpr unsigned kMsgTwoInputsNeeded = 14340;   // Error 100-08000
 constexpr unsigned kMsgNoOutputStream = 14341;    // Error 100-08001
-constexpr unsigned kHostThroughputAboveRated = 0x5C;
 }  // namespace
 
 void CTalTwoStreamMixing::InitSimModelParams() {
@@ -61,65 +60,8 @@ int CTalTwoStreamMixing::Solve(CTalStateStream*, CTalStateStream* after, int ski
     } else if (n > 1) {
         out->MixN(inputs.data(), n);
     }
-    CTalThroughputEquipment* e = EquipmentT();
-    if (!(IsDesignMode() ? SolveDesign(*out, e, skipSizing) : SolveRating(*out, e))) result = 0;
-    CalcPowerAndUtilization(e);
+    if (!SolveThroughput(out->MassFlow(kPerSecond, false), EquipmentT(), skipSizing)) result = 0;
     return NormalSimEnding(result);
-}
-
-int CTalTwoStreamMixing::SolveRating(const CTalStream& out, const CTalThroughputEquipment* e) {
-    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
-    const double rated = e ? e->RatedThroughput() : 0.0;
-    if (!IsBatchMode()) {
-        m_Throughput = out.MassFlow(kPerSecond, false) / UtilFactor() / units;
-        if (rated < m_Throughput) {
-            SetSimMsg(kHostThroughputAboveRated, 0);
-            return 0;
-        }
-        return 1;
-    }
-    const double T = IsFlowsheetInBatchMode() ? PlantBatchTime() : CycleTime();
-    const double amount = out.MassFlow(kPerSecond, false) * T / NumberOfCycles() / units;
-    if (m_ProcessTimeMode == 1) {
-        m_Throughput = m_ProcessTime > 1e-15 ? amount / m_ProcessTime : 0.0;
-        if (rated < m_Throughput) {
-            SetSimMsg(
-                "The calculated operating throughput is greater than the specified (rated) throughput.\n"
-                "Please do one or more of the following: 1) Increase the process time; 2) Increase the\n"
-                "number of units that operate in parallel; 3) Use a larger unit that has a higher throughput.",
-                kHostThroughputAboveRated);
-            return 0;
-        }
-        return 1;
-    }
-    m_ProcessTime = m_Throughput > 0.0 ? std::max(amount / m_Throughput, 1e-15) : 1e-15;
-    return 1;
-}
-
-int CTalTwoStreamMixing::SolveDesign(const CTalStream& out, CTalThroughputEquipment* e, int skipSizing) {
-    int result = 1;
-    m_Throughput = out.MassFlow(kPerSecond, false) / UtilFactor();
-    if (!e) return result;
-    if (!skipSizing) {
-        unsigned message = 0;
-        if (!e->CalcSize(m_Throughput, message)) {
-            SetSimMsg(message, 0);
-            result = 0;
-        }
-    }
-    m_Throughput /= std::max(e->NumberOfUnits(), 1);
-    return result;
-}
-
-void CTalTwoStreamMixing::CalcPowerAndUtilization(const CTalThroughputEquipment* e) {
-    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
-    if (m_PowerMode != 1 || m_Throughput <= 1e-15) {
-        m_Power = m_SpecPower * m_Throughput * units;
-    } else {
-        m_SpecPower = m_Power / (units * m_Throughput);
-    }
-    const double rated = e ? e->RatedThroughput() : 0.0;
-    m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(m_Throughput / rated, 1.0);
 }
 
 void CTalTwoStreamMixing::GetCustomDescription(std::string& text) const {

@@ -1,11 +1,14 @@
 #include "unitops/models/throughput/throughput_op.hpp"
 
+#include <algorithm>
+
 #include "unitops/contract/procedure.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 
 namespace unitops {
 
 namespace {
+constexpr unsigned kHostThroughputAboveRated = 0x5C;
 DisplayUnit ThroughputDisplay(const CObject& o) { return static_cast<const CTalThroughputOp&>(o).ThroughputUnit(); }
 }  // namespace
 
@@ -77,6 +80,67 @@ int CTalThroughputOp::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
     if (m_ProcessTimeMode != 1) std::fprintf(f, "Throughput (kg/h)              = %-15.2lf\n", m_Throughput);
     return 1;
+}
+
+int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipment* e) {
+    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
+    const double rated = e ? e->RatedThroughput() : 0.0;
+    if (!IsBatchMode()) {
+        m_Throughput = massFlow / UtilFactor() / units;
+        if (rated < m_Throughput) {
+            SetSimMsg(kHostThroughputAboveRated, 0);
+            return 0;
+        }
+        return 1;
+    }
+    const double T = IsFlowsheetInBatchMode() ? PlantBatchTime() : CycleTime();
+    const double amount = massFlow * T / NumberOfCycles() / units;
+    if (m_ProcessTimeMode == 1) {
+        m_Throughput = m_ProcessTime > 1e-15 ? amount / m_ProcessTime : 0.0;
+        if (rated < m_Throughput) {
+            SetSimMsg(
+                "The calculated operating throughput is greater than the specified (rated) throughput.\n"
+                "Please do one or more of the following: 1) Increase the process time; 2) Increase the\n"
+                "number of units that operate in parallel; 3) Use a larger unit that has a higher throughput.",
+                kHostThroughputAboveRated);
+            return 0;
+        }
+        return 1;
+    }
+    m_ProcessTime = m_Throughput > 0.0 ? std::max(amount / m_Throughput, 1e-15) : 1e-15;
+    return 1;
+}
+
+int CTalThroughputOp::DesignThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
+    int result = 1;
+    m_Throughput = massFlow / UtilFactor();
+    if (!e) return result;
+    if (!skipSizing) {
+        unsigned message = 0;
+        if (!e->CalcSize(m_Throughput, message)) {
+            SetSimMsg(message, 0);
+            result = 0;
+        }
+    }
+    m_Throughput /= std::max(e->NumberOfUnits(), 1);
+    return result;
+}
+
+void CTalThroughputOp::CalcPowerAndUtilization(const CTalThroughputEquipment* e) {
+    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
+    if (m_PowerMode != 1 || m_Throughput <= 1e-15) {
+        m_Power = m_SpecPower * m_Throughput * units;
+    } else {
+        m_SpecPower = m_Power / (units * m_Throughput);
+    }
+    const double rated = e ? e->RatedThroughput() : 0.0;
+    m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(m_Throughput / rated, 1.0);
+}
+
+int CTalThroughputOp::SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
+    const int ok = IsDesignMode() ? DesignThroughput(massFlow, e, skipSizing) : RateThroughput(massFlow, e);
+    CalcPowerAndUtilization(e);
+    return ok;
 }
 
 void AppendThroughputTail(const CTalThroughputOp& op, std::string& text, const char* throughputUnits) {

@@ -20,11 +20,6 @@ public:
     void InitSimModelParams() override;
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
     void GetCustomDescription(std::string& text) const override;
-
-private:
-    int SolveRating(const CTalStream& out, const CTalThroughputEquipment* e);
-    int SolveDesign(const CTalStream& out, CTalThroughputEquipment* e, int skipSizing);
-    void CalcPowerAndUtilization(const CTalThroughputEquipment* e);
 };
 
 #define TAL_MIXER_CLASS(name, id)                \

@@ -31,6 +31,19 @@ public:
     void SetThroughput(double v) { m_Throughput = v; }
 
     double m_Throughput = 0.0;  //!< operating throughput of one unit, kg/s
+
+protected:
+    //! Rating: the throughput per unit of `massFlow` (kg/s), checked against the rated one; in a
+    //! batch procedure the process time follows from it when it is calculated. False (with a
+    //! message) when the unit is too small.
+    int RateThroughput(double massFlow, const CTalThroughputEquipment* e);
+    //! Design: sizes the equipment for `massFlow` (unless `skipSizing`), then the throughput per unit.
+    int DesignThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing);
+    //! Power from the specific power (or the reverse when the power is given), and the capacity
+    //! utilisation of a unit.
+    void CalcPowerAndUtilization(const CTalThroughputEquipment* e);
+    //! The three steps above for `massFlow`, by the design mode; false if one failed.
+    int SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing);
 };
 
 //! The same base counted in entities of a discrete product instead of kilograms.
