@@ -10,6 +10,7 @@
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
@@ -64,6 +65,7 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalComp4WaySplitting), RUNTIME_CLASS(CTalComp5WaySplitting),
                  RUNTIME_CLASS(CTalComp6WaySplitting), RUNTIME_CLASS(CTalComp7WaySplitting),
                  RUNTIME_CLASS(CTalComp8WaySplitting), RUNTIME_CLASS(CTalComp9WaySplitting),
+                 RUNTIME_CLASS(CTalBatchComponentSplitting),
              }) {
             r.Register(c);
         }

@@ -5,6 +5,7 @@
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
+#include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -192,6 +193,95 @@ TEST(BatchSplitting, KeepsTheOtherShareInTheVesselOnlyWhenAnOperationFollows) {
     EXPECT_NEAR(bottom.MassFlow(), 3.75, 1e-12);
     EXPECT_EQ(top.MassFlow(), 0.0);
     EXPECT_NEAR(p.GetState(1)->MassFlow(), 1.25, 1e-12);
+}
+
+// A vessel holding water, ethanol and nitrogen gas, drawn from by component.
+class BatchComponentSplittingTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        doc = test::MakeDoc({"Water", "Ethanol", "Nitrogen"}, true);
+        proc = &test::AddProcedure(*doc, "P-1", 0xA010, false);
+        proc->AddOperation(CreateOperationFromRoster0(proc, 0xA841));
+        drawnStream = &test::AddStream(*doc, "DRAWN");
+        proc->ConnectOut(0, drawnStream);
+        op = dynamic_cast<CTalBatchComponentSplitting*>(proc->GetOp(0));
+        ASSERT_NE(op, nullptr);
+        op->SetPortID(-1);
+        op->m_ComponentFractions = {0.5, 1.0, 0.4};
+        op->SetProcessTimeMode(1);
+        op->SetProcessTime(1800.0);
+    }
+    int Solve() {
+        drawnStream->Zero(false, true);
+        CTalStateStream& before = *proc->GetState(0);
+        before.SetComponentFlow(0, 2.0);
+        before.SetComponentFlow(1, 1.0);
+        before.SetComponentFlow(2, 0.5);
+        before.SetComponentVaporFrac(2, 1.0);
+        before.SetTemp(300.0);
+        before.CopyDataInto(*proc->GetState(1), 1);
+        return op->Solve(&before, proc->GetState(1), 0);
+    }
+    //! Every component is either drawn or still in the vessel.
+    void ExpectClosure() const {
+        const double before[] = {2.0, 1.0, 0.5};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_NEAR(drawnStream->ComponentFlow(i) + proc->GetState(1)->ComponentFlow(i), before[i], 1e-9 * before[i]) << i;
+        }
+    }
+    std::unique_ptr<CTalDocEss> doc;
+    CTalProcedure* proc = nullptr;
+    CTalBatchComponentSplitting* op = nullptr;
+    CTalStream* drawnStream = nullptr;
+};
+
+TEST_F(BatchComponentSplittingTest, DrawsEachPhaseItIsAskedFor) {
+    const CTalStream& drawn = *drawnStream;
+    op->m_DrawFrom = CTalBatchComponentSplitting::kLiquidPhase;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(drawn.ComponentFlow(0), 1.0, 1e-12);
+    EXPECT_NEAR(drawn.ComponentFlow(1), 1.0, 1e-12);
+    EXPECT_EQ(drawn.ComponentFlow(2), 0.0);  // the gas stays
+    ExpectClosure();
+    // Amount moved over the half hour: 2 kg/s x batch time per cycle, as a rate.
+    EXPECT_NEAR(op->m_MassFlowRate, 2.0 * doc->PlantBatchTime() / 1800.0, 1e-9);
+
+    op->m_DrawFrom = CTalBatchComponentSplitting::kVaporPhase;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(drawn.ComponentFlow(2), 0.2, 1e-12);
+    EXPECT_EQ(drawn.ComponentFlow(0), 0.0);
+    ExpectClosure();
+
+    op->m_DrawFrom = CTalBatchComponentSplitting::kTotalContents;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(drawn.MassFlow(), 1.0 + 1.0 + 0.2, 1e-12);
+    ExpectClosure();
+}
+
+TEST_F(BatchComponentSplittingTest, NoVapourMovesNothingFromTheVapour) {
+    const CTalStream& drawn = *drawnStream;
+    op->m_DrawFrom = CTalBatchComponentSplitting::kVaporPhase;
+    op->m_ComponentFractions = {0.5, 1.0, 0.0};
+    CTalStateStream& before = *proc->GetState(0);
+    before.Zero(false, true);
+    before.SetComponentFlow(0, 2.0);
+    before.CopyDataInto(*proc->GetState(1), 1);
+    ASSERT_EQ(op->Solve(&before, proc->GetState(1), 0), 1);
+    EXPECT_EQ(drawn.MassFlow(), 0.0);
+    EXPECT_NEAR(proc->GetState(1)->ComponentFlow(0), 2.0, 1e-12);
+}
+
+TEST_F(BatchComponentSplittingTest, AnEmptyVesselOrAMissingStreamEndsAbnormally) {
+    CTalStateStream& before = *proc->GetState(0);
+    before.Zero(false, true);
+    EXPECT_LT(op->Solve(&before, proc->GetState(1), 0), 1);
+    ASSERT_FALSE(op->Messages().empty());
+    EXPECT_NE(op->Messages().back().text.find("There is no material available for batch component splitting."), std::string::npos);
+    op->SetPortID(-2);  // a port without a stream
+    op->ClearMessages();
+    EXPECT_LT(Solve(), 1);
+    ASSERT_FALSE(op->Messages().empty());
+    EXPECT_NE(op->Messages().back().text.find("No stream is attached to the 'Split to' port."), std::string::npos);
 }
 
 TEST_F(SplittingTest, ReportsAndDescriptionsUseTheirTexts) {

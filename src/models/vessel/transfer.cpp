@@ -302,7 +302,7 @@ int CTalTransferOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, i
                 return ReportMessage(page, 0x615, 0x3005, kHelpData, kStopBox);
             }
         }
-        if (InGroup(group, 2) && !dynamic_cast<const CTalChargeOp*>(this) && !m_TransferProcedure && page && askUser) {
+        if (InGroup(group, 2) && NamesTransferProcedure() && !m_TransferProcedure && page && askUser) {
             return AskForTransferProcedure(page);
         }
         return 1;

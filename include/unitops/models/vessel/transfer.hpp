@@ -60,6 +60,9 @@ protected:
     void CalcEquipCapacityUtilF() { m_CapacityUtilF = m_Volumes.CapacityUtilization(); }
     //! The validation questions that offer the stream's other end as the transfer's procedure.
     int AskForTransferProcedure(CTalModelPP* page);
+    //! Whether the checks ask for the procedure at the stream's other end: not for a charge from
+    //! a feed, nor for a draw of components that needs none.
+    virtual bool NamesTransferProcedure() const { return true; }
     //! "Unable to scale up contents" with the amounts, for a vessel that holds less than asked.
     std::string ShortageText(const std::string& reason, double requested, double existing, bool transferOut) const;
 };
@@ -113,6 +116,7 @@ protected:
     //! A feed given by volume, of which an ingredient present has no density; null otherwise.
     const CTalInputStream* FeedWithIngredientWithoutDensity() const;
 
+    bool NamesTransferProcedure() const override { return false; }
     const char* PortWord() const override { return "Charge"; }
     const char* TimeRateWord() const override { return "Charge"; }
 };
