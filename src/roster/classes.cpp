@@ -7,6 +7,7 @@
 #include "unitops/models/heat_flow/heat_equipment.hpp"
 #include "unitops/models/heat_flow/heat_exchanging.hpp"
 #include "unitops/models/heat_flow/heating.hpp"
+#include "unitops/models/throughput/custom_splitting.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
@@ -65,7 +66,7 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalComp4WaySplitting), RUNTIME_CLASS(CTalComp5WaySplitting),
                  RUNTIME_CLASS(CTalComp6WaySplitting), RUNTIME_CLASS(CTalComp7WaySplitting),
                  RUNTIME_CLASS(CTalComp8WaySplitting), RUNTIME_CLASS(CTalComp9WaySplitting),
-                 RUNTIME_CLASS(CTalBatchComponentSplitting),
+                 RUNTIME_CLASS(CTalBatchComponentSplitting), RUNTIME_CLASS(CTalCustomSplitting),
              }) {
             r.Register(c);
         }

@@ -86,8 +86,9 @@ int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipm
     const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
     const double rated = e ? e->RatedThroughput() : 0.0;
     if (!IsBatchMode()) {
+        const double limit = RatedLimit(e);
         m_Throughput = massFlow / UtilFactor() / units;
-        if (rated < m_Throughput) {
+        if (limit < m_Throughput) {
             SetSimMsg(kHostThroughputAboveRated, 0);
             return 0;
         }
@@ -133,8 +134,13 @@ void CTalThroughputOp::CalcPowerAndUtilization(const CTalThroughputEquipment* e)
     } else {
         m_SpecPower = m_Power / (units * m_Throughput);
     }
-    const double rated = e ? e->RatedThroughput() : 0.0;
+    const double rated = RatedLimit(e);
     m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(m_Throughput / rated, 1.0);
+}
+
+double CTalThroughputOp::RatedLimit(const CTalThroughputEquipment* e) const {
+    if (!e) return 0.0;
+    return m_IsRatedForAllUnits ? e->RatedThroughput() * std::max(e->NumberOfUnits(), 1) : e->RatedThroughput();
 }
 
 int CTalThroughputOp::SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) {

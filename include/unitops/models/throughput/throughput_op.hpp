@@ -37,6 +37,10 @@ protected:
     //! batch procedure the process time follows from it when it is calculated. False (with a
     //! message) when the unit is too small.
     int RateThroughput(double massFlow, const CTalThroughputEquipment* e);
+    //! The rated throughput that a unit's throughput is held against, and that the utilisation
+    //! divides by: one unit's, or (in the models that say so) that of all units together.
+    double RatedLimit(const CTalThroughputEquipment* e) const;
+    bool m_IsRatedForAllUnits = false;
     //! Design: sizes the equipment for `massFlow` (unless `skipSizing`), then the throughput per unit.
     int DesignThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing);
     //! Power from the specific power (or the reverse when the power is given), and the capacity
