@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace unitops {
 
@@ -27,9 +28,12 @@ bool SameFlows(const CTalSModel& a, const CTalSModel& b, double tolerance) {
 std::vector<CTalProcedure*> Simulator::Order(std::string& error) const {
     const auto& procs = doc_.Procedures();
     const std::size_t n = procs.size();
+    std::set<const CTalStream*> torn;
+    for (const RecycleLoop& loop : FindRecycleLoops(doc_, doc_.recycleOptions.tears)) torn.insert(loop.tears.begin(), loop.tears.end());
+    const auto joins = [&](const CTalStream* s) { return s && s->Source() && s->Destination() && !torn.count(s); };
     std::vector<int> pending(n, 0);
     for (const auto& s : doc_.Streams()) {
-        if (s->Source() && s->Destination() && Index(s->Destination()) < n) ++pending[Index(s->Destination())];
+        if (joins(s.get()) && Index(s->Destination()) < n) ++pending[Index(s->Destination())];
     }
     std::vector<std::size_t> ready, sweep(n, 0);
     for (std::size_t i = 0; i < n; ++i) {
@@ -40,7 +44,7 @@ std::vector<CTalProcedure*> Simulator::Order(std::string& error) const {
         const CTalProcedure& p = *procs[i];
         for (int port = 0; port < p.NumberOfOutPorts(); ++port) {
             const CTalStream* s = p.OutStream(port);
-            const std::size_t j = s && s->Destination() ? Index(s->Destination()) : n;
+            const std::size_t j = joins(s) ? Index(s->Destination()) : n;
             if (j >= n) continue;
             sweep[j] = std::max(sweep[j], sweep[i] + (j < i ? 1 : 0));
             if (--pending[j] == 0) ready.push_back(j);
@@ -51,7 +55,7 @@ std::vector<CTalProcedure*> Simulator::Order(std::string& error) const {
         for (std::size_t i = 0; i < n; ++i) {
             if (pending[i] > 0) error += " " + procs[i]->Name();
         }
-        error += "; recycle loops are not solved by this version";
+        error += "; its recycle loops could not be opened by tear streams";
         return {};
     }
     std::vector<std::vector<CTalProcedure*>> bySweep(n == 0 ? 0 : *std::max_element(sweep.begin(), sweep.end()) + 1);
@@ -152,8 +156,10 @@ bool Simulator::Check(ValidationSink& sink, std::vector<std::string>& errors) {
 // One sweep over all procedures. Sizes start over, the streams that procedures make start
 // empty (batch operations add to them), and each operation's messages are those of this sweep.
 void Simulator::RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep) {
+    // Tear streams keep the guess that the procedures they feed read; each is emptied just
+    // before its source makes it anew.
     for (const auto& s : doc_.Streams()) {
-        if (!s->IsInput()) s->Zero(false, true);
+        if (!s->IsInput() && !(tears_ && tears_->IsTear(s.get()))) s->Zero(false, true);
         s->ResetBPGParameters();
     }
     for (const auto& p : doc_.Procedures()) {
@@ -166,8 +172,35 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order, bool firstSwee
         // that sweep starts it empty; later sweeps fill it with the air of the designed vessel.
         // Every run thus starts alike, whatever size an earlier run or the file left.
         p->PrepareInitialState(!(firstSweep && p->IsDesignMode()));
+        for (int port = 0; tears_ && port < p->NumberOfOutPorts(); ++port) {
+            if (CTalStream* out = p->OutStream(port); out && tears_->IsTear(out)) out->Zero(false, true);
+        }
         p->Solve(false);
         SizeByDefault(*p);
+    }
+}
+
+// Iterates the loops: each pass solves every procedure from the tear streams' guesses, and the
+// tear streams take the next guess until they repeat what their sources make.
+void Simulator::RunConverged(SimulationResult& result, bool firstSweep) {
+    if (!tears_ || loops_->empty()) {
+        RunPass(result.order, firstSweep);
+        return;
+    }
+    const int most = std::max(doc_.recycleOptions.maxIterations, 1);
+    for (int iteration = 1; iteration <= most; ++iteration) {
+        RunPass(result.order, firstSweep && iteration == 1);
+        ++result.recycleIterations;
+        if (tears_->Update(iteration, iteration == most)) return;
+    }
+    for (RecycleLoop& loop : *loops_) {
+        loop.iterations = std::min(loop.iterations, most);
+        if (loop.converged) continue;
+        char error[64];
+        std::snprintf(error, sizeof error, "%.3g", loop.error);
+        result.errors.push_back("the recycle loop through " + loop.Describe() + " did not converge in " + std::to_string(most) +
+                                " iterations; the largest remaining relative error is " + error +
+                                "; the results are those of the last iteration");
     }
 }
 
@@ -231,7 +264,8 @@ void Simulator::SweepUntilSettled(SimulationResult& result) {
     BackPropagation bpg(doc_, options_.relativeTolerance);
     std::map<const CTalOperation*, double> masterDurations = MasterDurations();
     for (result.passes = 1;; ++result.passes) {
-        RunPass(result.order, result.passes == 1);
+        RunConverged(result, result.passes == 1);
+        if (!result.errors.empty()) return;  // a loop that did not converge ends the run
         std::vector<std::string> problems;
         const BidOutcome outcome = bpg.ApplyBids(problems, result.passes < options_.maxPasses);
         const bool contentsChanged = outcome != BidOutcome::Futile && DefaultContentsChanged();
@@ -245,7 +279,7 @@ void Simulator::SweepUntilSettled(SimulationResult& result) {
             // computes the results from them: the count in the error is every sweep that ran.
             bpg.UndoLastRaise();
             ++result.passes;
-            RunPass(result.order, false);
+            RunConverged(result, false);
             for (const std::string& demand : problems) result.errors.push_back("back-propagation cannot meet a demand: " + demand);
             result.errors.push_back("back-propagation stopped after " + std::to_string(result.passes) +
                                     " sweeps; the results are those from before the last raise of the feeds");
@@ -280,7 +314,14 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
     for (const auto& p : doc_.Procedures()) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->PrepareForSimulation();
     }
+    result.loops = FindRecycleLoops(doc_, doc_.recycleOptions.tears);
+    TearConvergence tears(result.loops, doc_.recycleOptions);
+    tears.Start();
+    loops_ = &result.loops;
+    tears_ = &tears;
     SweepUntilSettled(result);
+    tears_ = nullptr;
+    loops_ = nullptr;
     for (CTalProcedure* p : result.order) {
         for (int i = 0; i < p->NumberOfOps(); ++i) p->GetOp(i)->DoPostSimChores(1);
         if (CTalEquipment* e = p->Equipment()) {

@@ -28,6 +28,7 @@ constexpr std::size_t kMinIngredientBytes = 1 + 8;
 
 //! Files from this version on keep the flowsheet's stock mixtures after its components.
 constexpr double kMixturesSinceVersion = 6.1;
+constexpr double kRecyclesSinceVersion = 6.2;  // recycle options and loops in the run record
 constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
 constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
 constexpr std::size_t kMinOperationBytes = 2;
@@ -201,6 +202,34 @@ void TransferSimulationResult(CArchive& ar, SimulationResult& run, std::vector<s
     for (std::int32_t& i : order) Transfer(ar, i);
 }
 
+//! The recycle settings and, per loop, its procedures (indices), tear streams (names),
+//! iterations, last error and whether it converged.
+struct SavedLoop {
+    std::vector<std::int32_t> procedures;
+    std::vector<std::string> tears;
+    std::int32_t iterations = 0;
+    double error = 0.0;
+    bool converged = false;
+};
+
+void TransferRecycles(CArchive& ar, RecycleOptions& o, std::vector<SavedLoop>& loops) {
+    Transfer(ar, o.relativeTolerance);
+    std::int32_t most = o.maxIterations;
+    Transfer(ar, most);
+    o.maxIterations = most;
+    TransferFlag(ar, o.accelerate, "recycle acceleration");
+    TransferTexts(ar, o.tears);
+    loops.resize(TransferCount(ar, loops.size(), kIndexBytes, "recycle loops"));
+    for (SavedLoop& l : loops) {
+        l.procedures.resize(TransferCount(ar, l.procedures.size(), kIndexBytes, "procedures of a recycle loop"));
+        for (std::int32_t& i : l.procedures) Transfer(ar, i);
+        TransferTexts(ar, l.tears);
+        Transfer(ar, l.iterations);
+        Transfer(ar, l.error);
+        TransferFlag(ar, l.converged, "recycle convergence");
+    }
+}
+
 // ---------------------------------------------------------------- writing
 
 class Writer {
@@ -323,6 +352,16 @@ private:
         std::vector<std::int32_t> order;
         for (const CTalProcedure* p : run->order) order.push_back(doc_.GetProcedureIndex(p));
         TransferSimulationResult(ar_, copy, order);
+        if (version_ < kRecyclesSinceVersion) return;
+        RecycleOptions options = doc_.recycleOptions;
+        std::vector<SavedLoop> loops;
+        for (const RecycleLoop& loop : run->loops) {
+            SavedLoop l{{}, {}, loop.iterations, loop.error, loop.converged};
+            for (const CTalProcedure* p : loop.procedures) l.procedures.push_back(doc_.GetProcedureIndex(p));
+            for (const CTalStream* t : loop.tears) l.tears.push_back(t->Name());
+            loops.push_back(std::move(l));
+        }
+        TransferRecycles(ar_, options, loops);
     }
 
     const CTalDocEss& doc_;
@@ -642,7 +681,30 @@ private:
             if (i < 0 || static_cast<std::size_t>(i) >= doc_->Procedures().size()) Fail(at, "bad procedure in the order of the run");
             run.order.push_back(doc_->Procedures()[static_cast<std::size_t>(i)].get());
         }
+        if (ar_.VersionNo() >= kRecyclesSinceVersion) ReadRecycles(run);
         return run;
+    }
+
+    void ReadRecycles(SimulationResult& run) {
+        const std::size_t at = ar_.Position();
+        std::vector<SavedLoop> loops;
+        TransferRecycles(ar_, doc_->recycleOptions, loops);
+        for (const SavedLoop& l : loops) {
+            RecycleLoop loop;
+            for (std::int32_t i : l.procedures) {
+                if (i < 0 || static_cast<std::size_t>(i) >= doc_->Procedures().size()) Fail(at, "bad procedure in a recycle loop");
+                loop.procedures.push_back(doc_->Procedures()[static_cast<std::size_t>(i)].get());
+            }
+            for (const std::string& name : l.tears) {
+                CTalStream* s = doc_->FindStream(name);
+                if (!s) Fail(at, "unknown tear stream '" + name + "' in a recycle loop");
+                loop.tears.push_back(s);
+            }
+            loop.iterations = l.iterations;
+            loop.error = l.error;
+            loop.converged = l.converged;
+            run.loops.push_back(std::move(loop));
+        }
     }
 
     // Models finish their upgrades once the whole flowsheet is there; the cost computations of

@@ -265,8 +265,35 @@ private:
                 else if (p == "no") doc_->questionPolicy = QuestionPolicy::No;
                 else if (p == "cancel") doc_->questionPolicy = QuestionPolicy::Cancel;
                 else Fail(at, "expected \"no-change\", \"yes\", \"no\" or \"cancel\"");
+            } else if (key == "recycle") {
+                ReadRecycleOptions(value, at);
             } else if (!IsNote(key)) {
                 Fail(at, "unknown key '" + key + "'");
+            }
+        }
+    }
+
+    //! How recycle loops converge: `tolerance` (relative), `max_iterations`, `tear` (stream names),
+    //! `accelerate` (Wegstein's method, default true).
+    void ReadRecycleOptions(const json& r, const std::string& at) {
+        if (!r.is_object()) Fail(at, "expected an object");
+        RecycleOptions& o = doc_->recycleOptions;
+        for (const auto& [key, value] : r.items()) {
+            const std::string where = Key(at, key);
+            if (key == "tolerance") {
+                o.relativeTolerance = Positive(value, Quantity::Dimensionless, where);
+                if (o.relativeTolerance >= 1.0) Fail(where, "expected a relative tolerance below 1");
+            } else if (key == "max_iterations") {
+                o.maxIterations = Integer(value, where);
+                if (o.maxIterations < 1 || o.maxIterations > 100000) Fail(where, "expected 1 to 100000 iterations");
+            } else if (key == "tear") {
+                if (!value.is_array()) Fail(where, "expected a list of stream names");
+                o.tears.clear();
+                for (std::size_t i = 0; i < value.size(); ++i) o.tears.push_back(Text(value[i], Index(where, i)));
+            } else if (key == "accelerate") {
+                o.accelerate = Bool(value, where);
+            } else if (!IsNote(key)) {
+                Fail(where, "unknown key '" + key + "'");
             }
         }
     }

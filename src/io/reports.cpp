@@ -301,6 +301,25 @@ void WriteEquipmentReport(std::FILE* f, CTalDocEss& doc, bool xls) {
     std::fprintf(f, "\nTotal purchase cost of equipment = $%.0f%s\n", total, dollars.c_str());
 }
 
+// Per loop its tear streams, the passes it needed and its last relative change; then the plant's
+// overall balance, which a converged loop closes.
+void WriteRecycleReport(std::FILE* f, const CTalDocEss& doc, const SimulationResult& result) {
+    Rule(f, "RECYCLE LOOPS");
+    for (std::size_t i = 0; i < result.loops.size(); ++i) {
+        const RecycleLoop& loop = result.loops[i];
+        std::fprintf(f, "Loop %zu: %s\n", i + 1, loop.Describe().c_str());
+        std::fprintf(f, "  %s after %d iterations; largest relative change of a tear stream %.3g\n",
+                     loop.converged ? "converged" : "NOT CONVERGED (results of the last iteration)", loop.iterations, loop.error);
+    }
+    double in = 0.0, out = 0.0;
+    for (const auto& s : doc.Streams()) {
+        if (s->IsInput()) in += s->MassFlow();
+        if (s->Source() && !s->Destination()) out += s->MassFlow();
+    }
+    std::fprintf(f, "Overall balance: in %.4f kg/h, out %.4f kg/h, relative difference %.3g\n", in * 3600.0, out * 3600.0,
+                 in > 0.0 ? (out - in) / in : 0.0);
+}
+
 void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult* result, bool xls) {
     std::fprintf(f, "Flowsheet: %s (%s plant", doc.title.empty() ? "unnamed" : doc.title.c_str(),
                  doc.IsBatchMode() ? "batch" : "continuous");
@@ -315,6 +334,7 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
         }
     }
     WriteMessages(f, doc, result);
+    if (result && !result->loops.empty()) WriteRecycleReport(f, doc, *result);
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);
     WriteEquipmentReport(f, doc, xls);

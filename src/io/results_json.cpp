@@ -88,6 +88,15 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     if (result) {
         for (const std::string& e : result->errors) messages.push_back({{"kind", "error"}, {"text", e}});
         for (const std::string& w : result->warnings) messages.push_back({{"kind", "warning"}, {"text", w}});
+        json loops = json::array();
+        for (const RecycleLoop& loop : result->loops) {
+            json members = json::array(), tears = json::array();
+            for (const CTalProcedure* p : loop.procedures) members.push_back(p->Name());
+            for (const CTalStream* t : loop.tears) tears.push_back(t->Name());
+            loops.push_back({{"procedures", members}, {"tear_streams", tears}, {"iterations", loop.iterations},
+                             {"error", Number(loop.error)}, {"converged", loop.converged}});
+        }
+        if (!loops.empty()) out["recycles"] = loops;
     }
     for (const auto& p : doc.Procedures()) {
         json proc;

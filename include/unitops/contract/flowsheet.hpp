@@ -10,6 +10,7 @@
 #include "unitops/contract/component.hpp"
 #include "unitops/contract/messages.hpp"
 #include "unitops/contract/procedure.hpp"
+#include "unitops/contract/recycle.hpp"
 #include "unitops/contract/stream.hpp"
 
 namespace unitops {
@@ -26,6 +27,8 @@ public:
     std::string title;  //!< name of the flowsheet
     double costYear = 0.0;  //!< year to which purchase costs are escalated; 0 keeps each law's own year
     QuestionPolicy questionPolicy = QuestionPolicy::NoChange;
+    //! How recycle loops are torn and converged (tolerance, iterations, preferred tear streams).
+    RecycleOptions recycleOptions;
 
     //! True when data changed since the last completed simulation (or none ran yet).
     bool IsSimModified() const { return simModified_; }

@@ -27,6 +27,8 @@ struct SimulationResult {
     std::vector<ValidationIssue> invalidData;  //!< what the data checks found, when they stopped the run
     std::vector<std::string> warnings;     //!< demands that back-propagation could not meet
     std::vector<CTalProcedure*> order;
+    std::vector<RecycleLoop> loops;        //!< the recycle loops, their tear streams and convergence
+    int recycleIterations = 0;             //!< passes run to converge the loops, over all sweeps
 };
 
 //! True if an operation of the flowsheet ended its last solve abnormally (an error message).
@@ -36,8 +38,8 @@ class Simulator {
 public:
     explicit Simulator(CTalDocEss& doc, SimulationOptions options = {}) : doc_(doc), options_(options) {}
 
-    //! Procedures in an order in which every stream is made before it is used. A loop of
-    //! procedures cannot be ordered: `error` names them and the result is empty.
+    //! Procedures in an order in which every stream is made before it is used, the tear streams
+    //! of the recycle loops aside (they start from a guess). `error` stays empty.
     std::vector<CTalProcedure*> Order(std::string& error) const;
     //! Asks every operation whether its ports are connected (`IsAdequatelyConnectedForSimulation`)
     //! and whether it is ready (`IsReadyForSimulation`); `errors` says which are not.
@@ -59,6 +61,9 @@ private:
     //! Host checks of data that no model owns: a vessel that starts full of air needs both gases.
     void CheckDefaultContents(ValidationSink& sink) const;
     void RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep);
+    //! Passes until the tear streams of every recycle loop converge (or the iterations run out,
+    //! which `result` then reports); one pass without loops.
+    void RunConverged(SimulationResult& result, bool firstSweep);
     void SweepUntilSettled(SimulationResult& result);
     void SizeByDefault(CTalProcedure& p);
     //! Recomputes the default contents from the sizes the last sweep designed; true if they changed.
@@ -71,6 +76,8 @@ private:
 
     CTalDocEss& doc_;
     SimulationOptions options_;
+    std::vector<RecycleLoop>* loops_ = nullptr;  //!< those of the run under way
+    TearConvergence* tears_ = nullptr;
 };
 
 }  // namespace unitops

@@ -190,7 +190,7 @@ int CTalFlowSplitting::IsSimDataComplete(int group, CTalModelPP* page, bool flag
 
 int CTalFlowSplitting::WriteIDR_Description(std::FILE* f) {
     CTalThroughputOp::WriteIDR_Description(f);
-    std::fprintf(f, "Mass %c to Top Strm= %-15.2lf\n", '%', m_TopFlowFraction * 100.0);
+    std::fprintf(f, "Mass %c to Top Strm= %-15.2lf\n", '%', IsInInternalUnits() ? m_TopFlowFraction * 100.0 : m_TopFlowFraction);
     WriteDashes(f, 75, '-');
     return 1;
 }
