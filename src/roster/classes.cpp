@@ -9,6 +9,7 @@
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
@@ -54,6 +55,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHeatExchanger), RUNTIME_CLASS(CTalElectricHeater), RUNTIME_CLASS(CTalElectricCooler),
                  // Heating and cooling in a vessel
                  RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
+                 // Pull-in
+                 RUNTIME_CLASS(CTalPullInOp),
              }) {
             r.Register(c);
         }

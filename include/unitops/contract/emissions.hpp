@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "unitops/contract/members.hpp"
 #include "unitops/contract/object.hpp"
 #include "unitops/contract/stream.hpp"
 
@@ -75,5 +76,14 @@ private:
 
     int gaseousPort_ = -1;
 };
+
+//! The member row "PerformEmissionCalcs" of an operation that holds its spec in `spec`.
+template <class C, class Spec>
+MemberRow PerformEmissionCalcsRow(Spec C::*spec) {
+    return members::Computed(
+        "PerformEmissionCalcs", MemberType::Integer, Quantity::None, display::kNone,
+        [spec](const CObject& o) -> MemberValue { return (static_cast<const C&>(o).*spec).PerformEmissionCalcs() ? 1 : 0; },
+        [spec](CObject& o, const MemberValue& v) { (static_cast<C&>(o).*spec).SetPerformEmissionCalcs(std::get<int>(v) != 0); });
+}
 
 }  // namespace unitops
