@@ -9,6 +9,7 @@
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
@@ -57,6 +58,9 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHeatOp), RUNTIME_CLASS(CTalCoolOp),
                  // Pull-in
                  RUNTIME_CLASS(CTalPullInOp),
+                 // Gas handling
+                 RUNTIME_CLASS(CTalPressurizeOp), RUNTIME_CLASS(CTalEvacuateOp), RUNTIME_CLASS(CTalGasSweepOp),
+                 RUNTIME_CLASS(CTalPurgeOp), RUNTIME_CLASS(CTalVentOp),
              }) {
             r.Register(c);
         }
