@@ -14,6 +14,7 @@
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/json_text.hpp"
 #include "unitops/io/reaction_entries.hpp"
+#include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -572,6 +573,17 @@ private:
         }
     }
 
+    //! The steps of a cleaning in place, in their order, each with the members of a step.
+    void ReadCIPSteps(CTalCIPOp& op, const json& j, const std::string& at) const {
+        if (!j.is_array()) Fail(at, "expected a list of cleaning steps");
+        op.m_Scheme.m_Steps.clear();
+        for (std::size_t i = 0; i < j.size(); ++i) {
+            const std::string where = at + "[" + std::to_string(i) + "]";
+            if (!j[i].is_object()) Fail(where, "expected an object");
+            SetMembers(op.AddStep(), j[i], where, {});
+        }
+    }
+
     void ReadOperations(CTalProcedure& proc, const json& j, const std::string& at) {
         std::map<std::string, int> counters;
         auto add = [&](unsigned id, const json* spec, const std::string& where) {
@@ -585,7 +597,13 @@ private:
             ref.SetName(ref.DefaultPrefix() + std::to_string(++counters[ref.DefaultPrefix()]));
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
-            SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
+            auto* cip = dynamic_cast<CTalCIPOp*>(&ref);
+            if (cip) {
+                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions", "steps"});
+                if (spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
+            } else {
+                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
+            }
             if (spec->contains("reactions")) {
                 ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
                               doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);

@@ -9,6 +9,7 @@
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/tanks.hpp"
@@ -61,6 +62,8 @@ const ClassRegistry& RosterClasses() {
                  // Gas handling
                  RUNTIME_CLASS(CTalPressurizeOp), RUNTIME_CLASS(CTalEvacuateOp), RUNTIME_CLASS(CTalGasSweepOp),
                  RUNTIME_CLASS(CTalPurgeOp), RUNTIME_CLASS(CTalVentOp),
+                 // Cleaning and steaming in place
+                 RUNTIME_CLASS(CTalCIPOp), RUNTIME_CLASS(CTalSIPOp), RUNTIME_CLASS(CTalCIPScheme), RUNTIME_CLASS(CTalCIPStep),
              }) {
             r.Register(c);
         }

@@ -164,40 +164,30 @@ TEST_F(GasHandlingTest, AGasSweepReplacesTheHeadSpaceAndConservesMass) {
     EXPECT_EQ(sweep.BlendedNSIngredientConsumption("Oxygen", 0), 0.0);
 }
 
-// The first failing check, as its label and kind or its text.
-std::string FirstRefusal(CTalOperation& op) {
-    ValidationSink page;
-    if (op.IsSimDataComplete(0, &page, false, 0)) return "accepted";
-    const ValidationIssue& issue = page.Issues().at(0);
-    if (!issue.label.empty()) return issue.label + " " + std::to_string(issue.kind);
-    const std::string caption = "Operating Conditions: ";
-    return issue.text.rfind(caption, 0) == 0 ? issue.text.substr(caption.size()) : issue.text;
-}
-
 TEST_F(GasHandlingTest, ValidationOfThePurgeAndTheGases) {
     CTalPurgeOp& purge = Add<CTalPurgeOp>();
-    EXPECT_EQ(FirstRefusal(purge), "accepted");
+    EXPECT_EQ(test::FirstRefusal(purge), "accepted");
     purge.m_LowPressure = 2e5;
-    EXPECT_EQ(FirstRefusal(purge), "The Low Pressure should always be Lower than the High Pressure.");
+    EXPECT_EQ(test::FirstRefusal(purge), "The Low Pressure should always be Lower than the High Pressure.");
     purge.m_LowPressure = 2500.0;
     purge.m_FinalPressure = 2e5;
-    EXPECT_EQ(FirstRefusal(purge), "The Final Pressure should always be Between the Low and High Pressure.");
+    EXPECT_EQ(test::FirstRefusal(purge), "The Final Pressure should always be Between the Low and High Pressure.");
     purge.m_FinalPressure = 1e5;
     purge.m_NumberOfSteps = 0;
-    EXPECT_EQ(FirstRefusal(purge), "Number of Purge Steps 1602");
+    EXPECT_EQ(test::FirstRefusal(purge), "Number of Purge Steps 1602");
     purge.m_NumberOfSteps = 1;
     purge.m_GasName = "Argon";
-    EXPECT_EQ(FirstRefusal(purge), MessageText(12866));
+    EXPECT_EQ(test::FirstRefusal(purge), MessageText(12866));
     CTalPressurizeOp& press = Add<CTalPressurizeOp>();
     press.m_FinalPressure = 0.0;
-    EXPECT_EQ(FirstRefusal(press), "System Final Pressure 1600");
+    EXPECT_EQ(test::FirstRefusal(press), "System Final Pressure 1600");
     press.m_FinalPressure = 2e5;
     press.m_SupplyTemp = 100.0;
-    EXPECT_EQ(FirstRefusal(press), "Supply Temperature is Too Low.");
+    EXPECT_EQ(test::FirstRefusal(press), "Supply Temperature is Too Low.");
     CTalGasSweepOp& sweep = Add<CTalGasSweepOp>();
     sweep.m_GasIsPureComponent = 0;
     sweep.m_GasName = "(none)";
-    EXPECT_EQ(FirstRefusal(sweep), MessageText(12867));
+    EXPECT_EQ(test::FirstRefusal(sweep), MessageText(12867));
 }
 
 }  // namespace

@@ -189,41 +189,31 @@ TEST_F(PullInTest, AVesselWithOnlyGasRefusesTheTargetsButTakesAMass) {
     EXPECT_NEAR(Bid(), 100.0, 1e-9);
 }
 
-// The first failing check of the validation, as its label and kind or its text.
-std::string FirstRefusal(CTalPullInOp& op, int group) {
-    ValidationSink page;
-    if (op.IsSimDataComplete(group, &page, false, 0)) return "accepted";
-    const ValidationIssue& issue = page.Issues().at(0);
-    if (!issue.label.empty()) return issue.label + " " + std::to_string(issue.kind);
-    const std::string caption = "Operating Conditions: ";
-    return issue.text.rfind(caption, 0) == 0 ? issue.text.substr(caption.size()) : issue.text;
-}
-
 TEST_F(PullInTest, ValidationRefusesInOrder) {
     op->m_PullInTarget = CTalPullInOp::kMassRatio;
-    EXPECT_EQ(FirstRefusal(*op, 7), "Mass Ratio (Added Amount/Initial Amount) 1600");  // whatever the group
+    EXPECT_EQ(test::FirstRefusal(*op, 7), "Mass Ratio (Added Amount/Initial Amount) 1600");  // whatever the group
     op->m_MassRatio = 0.5;
     op->m_RelativeError = 1.0;
-    EXPECT_EQ(FirstRefusal(*op, 7), "Relative Error 1607");
+    EXPECT_EQ(test::FirstRefusal(*op, 7), "Relative Error 1607");
     op->m_RelativeError = 0.001;
     op->m_PullInTarget = CTalPullInOp::kMassFraction;
     op->m_DesignComponent = "Nothing";
-    EXPECT_EQ(FirstRefusal(*op, 0), MessageText(0x7F0));
+    EXPECT_EQ(test::FirstRefusal(*op, 0), MessageText(0x7F0));
     op->m_DesignComponent = "Ethanol";
     op->m_FinalMassFrac = 1.0;
-    EXPECT_EQ(FirstRefusal(*op, 0), "Design component's mass percentage 1611");
+    EXPECT_EQ(test::FirstRefusal(*op, 0), "Design component's mass percentage 1611");
     op->m_FinalMassFrac = 0.2;
-    EXPECT_EQ(FirstRefusal(*op, 0), "accepted");
+    EXPECT_EQ(test::FirstRefusal(*op, 0), "accepted");
     op->m_PullInTarget = CTalPullInOp::kConcentration;
-    EXPECT_EQ(FirstRefusal(*op, 0), MessageText(0x3245));
+    EXPECT_EQ(test::FirstRefusal(*op, 0), MessageText(0x3245));
     op->m_FinalConcentration = 100.0;
     op->m_MaxIterations = 0;
-    EXPECT_EQ(FirstRefusal(*op, 0), MessageText(0x3247));
+    EXPECT_EQ(test::FirstRefusal(*op, 0), MessageText(0x3247));
     op->m_MaxIterations = 10;
     op->SetPortID(0);
-    EXPECT_EQ(FirstRefusal(*op, 0), MessageText(0x300D));
+    EXPECT_EQ(test::FirstRefusal(*op, 0), MessageText(0x300D));
     op->m_PullInBasis = CTalPullInOp::kMassGiven;
-    EXPECT_EQ(FirstRefusal(*op, 2), "Pull In Mass 1600");
+    EXPECT_EQ(test::FirstRefusal(*op, 2), "Pull In Mass 1600");
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ double GasSupplied(const CTalProcedure& p) {
     for (int i = 0; i < p.NumberOfOps(); ++i) {
         const CTalOperation& op = *p.GetOp(i);
         const double T = op.BatchReferenceTime();
-        if (!(T > 0.0)) continue;
+        // Only what enters the contents counts (a cleaning agent washes the empty vessel).
+        if (!(T > 0.0) || !op.CarriesInBatchMaterialIn()) continue;
         for (const CTalPureComponent* c : *comps) {
             supplied += op.BlendedNSIngredientConsumption(c->name, 0) * op.ProcessTime() * op.NumberOfCycles() / T;
         }
