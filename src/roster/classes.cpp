@@ -12,6 +12,7 @@
 #include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
+#include "unitops/models/vessel/storage.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
@@ -64,6 +65,10 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalPurgeOp), RUNTIME_CLASS(CTalVentOp),
                  // Cleaning and steaming in place
                  RUNTIME_CLASS(CTalCIPOp), RUNTIME_CLASS(CTalSIPOp), RUNTIME_CLASS(CTalCIPScheme), RUNTIME_CLASS(CTalCIPStep),
+                 // Hold, agitate and storage
+                 RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
+                 RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
+                 RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
              }) {
             r.Register(c);
         }

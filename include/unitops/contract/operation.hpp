@@ -249,6 +249,8 @@ public:
     CTalHeatTransferAgent* AuxHeatingAgent() const { return m_AuxHeatingAgent; }
     CTalHeatTransferAgent* AuxCoolingAgent() const { return m_AuxCoolingAgent; }
     void InitLabor(double a, double b, int unitsA, int unitsB);
+    //! Default durations in s, both shown in minutes.
+    void InitTimes(double process, double setup);
     double LaborNeed(int which) const { return which == 0 ? m_LaborA : m_LaborB; }
     CTalEmissionStream* EmissionStream() const { return m_EmissionStream.get(); }
     bool Emits() const { return m_Emits != 0; }

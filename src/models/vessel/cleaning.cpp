@@ -369,10 +369,7 @@ void CTalCIPOp::CopyDataInto(CTalOperation* target, int flag) const {
 void CTalCIPOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
     m_ProcessTimeMode = 2;
-    m_ProcessTime = 900.0;
-    m_SetupTime = 0.0;
-    m_ProcessTimePQ.SetUnits(2);
-    m_SetupTimePQ.SetUnits(2);
+    InitTimes(900.0, 0.0);
     m_IgnoreSkid = 1;
     m_Scheme.m_Steps.clear();
     AddStep();

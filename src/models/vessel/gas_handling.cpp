@@ -112,14 +112,6 @@ double GasConsumption(const CTalOperation& op, std::string_view name, int flag, 
     return mixture ? mixture->MassFrac(name) * gasFlow : 0.0;
 }
 
-//! Durations in seconds, shown in minutes.
-void SetTimes(CTalOperation& op, double process, double setup) {
-    op.m_ProcessTime = process;
-    op.m_SetupTime = setup;
-    op.m_ProcessTimePQ.SetUnits(2);
-    op.m_SetupTimePQ.SetUnits(2);
-}
-
 std::string DefaultGas(const CTalOperation& op) {
     const CTalDocEss* doc = op.Flowsheet();
     return doc && doc->GetComponentIndex("Nitrogen") >= 0 ? "Nitrogen" : "(none)";
@@ -276,7 +268,7 @@ double CTalPurgeOp::BlendedNSIngredientConsumption(std::string_view name, int fl
 
 void CTalPressurizeOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    SetTimes(*this, 600.0, 0.0);
+    InitTimes(600.0, 0.0);
     m_GasName = DefaultGas(*this);
     m_GasIsPureComponent = 1;
     m_InitialPressure = 101325.0;
@@ -341,7 +333,7 @@ void CTalPressurizeOp::GetCustomDescription(std::string& text) const {
 
 void CTalEvacuateOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    SetTimes(*this, 900.0, 300.0);
+    InitTimes(900.0, 300.0);
     m_FinalPressure = 2500.0;
     m_InitialPressure = 101299.99999999999;
 }
@@ -394,7 +386,7 @@ void CTalEvacuateOp::GetCustomDescription(std::string& text) const {
 
 void CTalGasSweepOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    SetTimes(*this, 900.0, 300.0);
+    InitTimes(900.0, 300.0);
     m_GasName = DefaultGas(*this);
     m_GasIsPureComponent = 1;
     m_InitialPressure = 101299.99999999999;
@@ -465,7 +457,7 @@ void CTalGasSweepOp::GetCustomDescription(std::string& text) const {
 void CTalPurgeOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
     m_ProcessTimeMode = 2;
-    SetTimes(*this, 900.0, 0.0);
+    InitTimes(900.0, 0.0);
     m_PurgeType = kFillVentFill;
     m_FinalPressure = 101299.99999999999;
     m_GasName = DefaultGas(*this);
@@ -564,7 +556,7 @@ void CTalPurgeOp::GetCustomDescription(std::string& text) const {
 
 void CTalVentOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    SetTimes(*this, 900.0, 0.0);
+    InitTimes(900.0, 0.0);
     m_FinalPressure = 101325.0;
     m_InitialPressure = 101325.0;
     m_AirLeak = 0.0;
