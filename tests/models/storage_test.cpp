@@ -126,5 +126,19 @@ TEST(ContinuousStorage, HoldsTheFeedForItsResidenceTimeAndPassesItOn) {
     EXPECT_GT(store.HeatingDuty(), 0.0);
 }
 
+TEST(ContinuousStorage, NeedsExactlyOneOutletBesidesTheVent) {
+    auto doc = test::MakeDoc({"Water"});
+    CTalProcedure& p = test::AddProcedure(*doc, "P-1", 0xA070);
+    p.ConnectIn(0, &test::AddFeed(*doc, "FEED", {0.1}, 300.0));
+    CTalOperation& store = *p.GetOp(0);
+    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
+    p.ConnectOut(p.VentPortID(), &test::AddStream(*doc, "VENT"));
+    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
+    p.ConnectOut(0, &test::AddStream(*doc, "OUT"));
+    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 1);
+    p.ConnectOut(1, &test::AddStream(*doc, "OUT-2"));
+    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
+}
+
 }  // namespace
 }  // namespace unitops
