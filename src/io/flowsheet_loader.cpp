@@ -560,6 +560,8 @@ private:
                 if (e.SizeVarQuantityForUDCM() == Quantity::Dimensionless) throw;
                 size = Value(v, e.SizeVarQuantityForUDCM(), at) * e.SizeVarFactorForUDCM();
             }
+            // The law divides by the reference size: without a positive one the cost would be $0.
+            if (std::string_view(key) == "UserCostReferenceSize" && !(size > 0.0)) Fail(at, "the reference size must be positive");
             e.MemberRows().Find(key)->set(e, size);
         }
     }
