@@ -1,6 +1,7 @@
 #include "unitops/contract/emissions.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/operation.hpp"
@@ -63,6 +64,42 @@ void CTalEmissionsSpec::CalcDisplacementEmissions(CTalSModel&, CTalSModel& gas, 
     if (!(total > 0.0) || !(displacedVolume > 0.0)) return;
     const double share = std::min(displacedVolume / total, 1.0);
     MoveShare(gas, emission, share);
+}
+
+void CTalEmissionsSpec::CalcVentEvacuateEmissions(CTalSModel&, CTalSModel& vapor, CTalSModel& emission, double,
+                                                  double headSpace, double fromPressure, double toPressure) const {
+    emission.Zero(false, true);
+    emission.SetTemp(vapor.Temp());
+    emission.SetPress(toPressure);
+    if (!(headSpace > 1e-15) || !(fromPressure > 0.0) || !(toPressure < fromPressure)) return;
+    MoveShare(vapor, emission, 1.0 - std::max(toPressure, 0.0) / fromPressure);
+}
+
+void CTalEmissionsSpec::CalcGasSweepEmissions(CTalSModel& liquid, CTalSModel& vapor, const CTalSModel& gas,
+                                              CTalSModel& emission, double, double headSpace, double, double pressure) const {
+    emission.Zero(false, true);
+    emission.SetTemp(gas.Temp());
+    emission.SetPress(pressure);
+    const double swept = gas.MoleFlow();
+    if (!(swept > 0.0)) return;
+    const double T = liquid.Temp() > 0.0 ? liquid.Temp() : gas.Temp();
+    // Moles the head space holds, as a flow on the batch basis of the streams.
+    const double Tb = owner_ ? owner_->BatchReferenceTime() : 1.0;
+    const double held = headSpace > 1e-15 && pressure > 0.0 && T > 0.0
+                            ? pressure * headSpace / (CTalSModel::kGasConstant * T) / (Tb > 0.0 ? Tb : 1.0)
+                            : 0.0;
+    const double replaced = held > 0.0 ? 1.0 - std::exp(-swept / held) : 0.0;
+    MoveShare(vapor, emission, replaced);
+    // The sweep gas that stays fills what left; the rest passes on to the vent.
+    const double stays = held > 0.0 ? std::min(replaced * held / swept, 1.0) : 0.0;
+    for (int i = 0; i < gas.NumberOfComponents(); ++i) {
+        const double flow = gas.ComponentFlow(i);
+        if (!(flow > 0.0)) continue;
+        vapor.SetComponentFlow(i, vapor.ComponentFlow(i) + flow * stays);
+        vapor.SetComponentVaporFrac(i, 1.0);
+        emission.SetComponentFlow(i, emission.ComponentFlow(i) + flow * (1.0 - stays));
+        emission.SetComponentVaporFrac(i, 1.0);
+    }
 }
 
 void CTalEmissionsSpec::CalcHeatEmissions(CTalSModel&, CTalSModel& gas, CTalSModel& emission, double headSpace,

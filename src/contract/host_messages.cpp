@@ -39,7 +39,7 @@ constexpr MessageEntry kHostMessages[] = {
     {0x72, "%1 must not be a feed of the flowsheet: a transfer in takes material from another procedure."},
     {1024, "The reaction balance could not be solved.\nThe outlet was not changed."},
     {1025, "The integration of the reaction kinetics failed.\nThe outlet was not changed."},
-    {0x7F0, "The iterative calculation reached its maximum number of iterations."},
+    {0x7F0, "The design component is not a component of the flowsheet."},
     {2044, "The liquid feed has no volume flow.\nCalculations were skipped."},
     {2045, "The gas feed has no volume flow.\nCalculations were skipped."},
     {2046, "The gas feed has no flow."},

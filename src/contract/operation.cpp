@@ -235,6 +235,13 @@ void CTalOperation::ConvertToInternalUnits() {
     m_IsInInternalUnits = 1;
 }
 
+void CTalOperation::InitTimes(double process, double setup) {
+    m_ProcessTime = process;
+    m_SetupTime = setup;
+    m_ProcessTimePQ.SetUnits(2);
+    m_SetupTimePQ.SetUnits(2);
+}
+
 void CTalOperation::InitSimModelParams() {
     m_ProcessTimeMode = 1;
     m_PowerMode = 2;

@@ -281,6 +281,15 @@ void CTalSModel::ResetComposition(std::string_view name, double flow, double vap
     c_[Idx(i)].vapor = Clip01(vaporFrac);
 }
 
+void CTalSModel::ResetComposition(const std::vector<double>& massFractions, double flow, double vaporFrac) {
+    for (std::size_t i = 0; i < c_.size(); ++i) {
+        const double w = i < massFractions.size() ? std::max(massFractions[i], 0.0) : 0.0;
+        c_[i].flow = std::max(flow, 0.0) * w;
+        c_[i].memory = w;
+        c_[i].vapor = Clip01(vaporFrac);
+    }
+}
+
 // ---------------------------------------------------------------- heat
 
 double CTalSModel::LiqSolCp(double T, double) const {

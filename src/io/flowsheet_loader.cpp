@@ -14,6 +14,7 @@
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/json_text.hpp"
 #include "unitops/io/reaction_entries.hpp"
+#include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -607,6 +608,8 @@ private:
                 if (e.SizeVarQuantityForUDCM() == Quantity::Dimensionless) throw;
                 size = Value(v, e.SizeVarQuantityForUDCM(), at) * e.SizeVarFactorForUDCM();
             }
+            // The law divides by the reference size: without a positive one the cost would be $0.
+            if (std::string_view(key) == "UserCostReferenceSize" && !(size > 0.0)) Fail(at, "the reference size must be positive");
             e.MemberRows().Find(key)->set(e, size);
         }
     }
@@ -617,6 +620,17 @@ private:
         if (!(year >= FirstCostIndexYear() && year <= LastCostIndexYear()) || year != std::floor(year)) {
             Fail(at, "no plant cost index for that year; the table covers " + std::to_string(FirstCostIndexYear()) + " to " +
                          std::to_string(LastCostIndexYear()));
+        }
+    }
+
+    //! The steps of a cleaning in place, in their order, each with the members of a step.
+    void ReadCIPSteps(CTalCIPOp& op, const json& j, const std::string& at) const {
+        if (!j.is_array()) Fail(at, "expected a list of cleaning steps");
+        op.m_Scheme.m_Steps.clear();
+        for (std::size_t i = 0; i < j.size(); ++i) {
+            const std::string where = at + "[" + std::to_string(i) + "]";
+            if (!j[i].is_object()) Fail(where, "expected an object");
+            SetMembers(op.AddStep(), j[i], where, {});
         }
     }
 
@@ -633,7 +647,13 @@ private:
             ref.SetName(ref.DefaultPrefix() + std::to_string(++counters[ref.DefaultPrefix()]));
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
-            SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
+            auto* cip = dynamic_cast<CTalCIPOp*>(&ref);
+            if (cip) {
+                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions", "steps"});
+                if (spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
+            } else {
+                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
+            }
             if (spec->contains("reactions")) {
                 ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
                               doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);

@@ -12,6 +12,10 @@
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
 #include "unitops/models/vessel/batch_component_splitting.hpp"
+#include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/models/vessel/gas_handling.hpp"
+#include "unitops/models/vessel/pull_in.hpp"
+#include "unitops/models/vessel/storage.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
@@ -67,6 +71,17 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalComp6WaySplitting), RUNTIME_CLASS(CTalComp7WaySplitting),
                  RUNTIME_CLASS(CTalComp8WaySplitting), RUNTIME_CLASS(CTalComp9WaySplitting),
                  RUNTIME_CLASS(CTalBatchComponentSplitting), RUNTIME_CLASS(CTalCustomSplitting),
+                 // Pull-in
+                 RUNTIME_CLASS(CTalPullInOp),
+                 // Gas handling
+                 RUNTIME_CLASS(CTalPressurizeOp), RUNTIME_CLASS(CTalEvacuateOp), RUNTIME_CLASS(CTalGasSweepOp),
+                 RUNTIME_CLASS(CTalPurgeOp), RUNTIME_CLASS(CTalVentOp),
+                 // Cleaning and steaming in place
+                 RUNTIME_CLASS(CTalCIPOp), RUNTIME_CLASS(CTalSIPOp), RUNTIME_CLASS(CTalCIPScheme), RUNTIME_CLASS(CTalCIPStep),
+                 // Hold, agitate and storage
+                 RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
+                 RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
+                 RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
              }) {
             r.Register(c);
         }

@@ -205,6 +205,8 @@ TEST(LoaderCostModel, SizesTakeUnitsOfTheClassSizeVariable) {
     EXPECT_NEAR(mixer[0], 5000.0, 1e-9);
     EXPECT_EQ(mixer[2], 9000.0);
     EXPECT_THROW(sizes(vessel, R"("UserCostReferenceSize": "2 kg")"), InputError);
+    EXPECT_THROW(sizes(vessel, R"("UserCostReferenceSize": 0)"), InputError);  // the cost would be $0
+    EXPECT_THROW(sizes(vessel, R"("UserCostReferenceSize": "-5 L")"), InputError);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "archive_harness.hpp"
 #include "support/test_flowsheet.hpp"
+#include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 
 namespace unitops {
@@ -122,6 +123,24 @@ TEST_F(TransferVersions, OldFilterFilesMoveTheTransferPort) {
     auto back = AsVersion(*vesselOp, 5.0);
     back->UpdatePortID();
     EXPECT_EQ(back->PortID(), 3);  // only in the filter procedures
+}
+
+TEST_F(TransferVersions, PullInConcentrationUnitsBefore5_0008) {
+    auto op = CTalOperation::Create<CTalPullInOp>(proc);
+    op->SetPortID(1);
+    op->m_ConcentrationUnits = 0x402;
+    op->m_FinalConcentration = 12.5;
+    op->m_MaxIterations = 77;
+    op->m_EmissionsSpec.SetPerformEmissionCalcs(false);
+    auto old = AsVersion(*op, 5.0007);
+    ASSERT_TRUE(old);
+    EXPECT_EQ(old->m_ConcentrationUnits, 0x400);  // the file has no quantity object yet
+    EXPECT_DOUBLE_EQ(old->m_FinalConcentration, 12.5);
+    EXPECT_EQ(old->m_MaxIterations, 77);
+    EXPECT_FALSE(old->m_EmissionsSpec.PerformEmissionCalcs());  // the spec after it is read in place
+    auto now = AsVersion(*op, 5.0008);
+    ASSERT_TRUE(now);
+    EXPECT_EQ(now->m_ConcentrationUnits, 0x402);
 }
 
 }  // namespace

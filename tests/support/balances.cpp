@@ -16,6 +16,25 @@ void ExpectSoundFlows(const CTalSModel& s, const std::string& what) {
     }
 }
 
+// Gas that the operations of a procedure take from a supply that is not a stream (pressurizing,
+// sweeping, purging), as a flow on the batch basis of the streams: their consumption is a rate
+// over each operation's process time.
+double GasSupplied(const CTalProcedure& p) {
+    double supplied = 0.0;
+    const ComponentList* comps = p.GetOp(0) && p.GetOp(0)->Flowsheet() ? p.GetOp(0)->Flowsheet()->Comps() : nullptr;
+    if (!comps) return 0.0;
+    for (int i = 0; i < p.NumberOfOps(); ++i) {
+        const CTalOperation& op = *p.GetOp(i);
+        const double T = op.BatchReferenceTime();
+        // Only what enters the contents counts (a cleaning agent washes the empty vessel).
+        if (!(T > 0.0) || !op.CarriesInBatchMaterialIn()) continue;
+        for (const CTalPureComponent* c : *comps) {
+            supplied += op.BlendedNSIngredientConsumption(c->name, 0) * op.ProcessTime() * op.NumberOfCycles() / T;
+        }
+    }
+    return supplied;
+}
+
 }  // namespace
 
 void ExpectMassClosesPerProcedure(const CTalDocEss& doc, double relative) {
@@ -27,7 +46,7 @@ void ExpectMassClosesPerProcedure(const CTalDocEss& doc, double relative) {
         for (int i = 0; i < p->NumberOfOps(); ++i) recipe = recipe && p->GetOp(i)->IsCyclical();
         const double first = recipe ? p->GetState(0)->MassFlow() : 0.0;
         const double last = recipe ? p->GetState(p->NumberOfStates() - 1)->MassFlow() : 0.0;
-        double in = first, out = last;
+        double in = first + (p->NumberOfOps() > 0 ? GasSupplied(*p) : 0.0), out = last;
         for (int port = 0; port < p->NumberOfInPorts(); ++port) {
             if (const CTalStream* s = p->InStream(port)) in += s->MassFlow();
         }

@@ -66,4 +66,13 @@ std::string CaptureFile(void (*write)(std::FILE*, void*), void* context) {
     return text;
 }
 
+std::string FirstRefusal(CTalOperation& op, int group) {
+    ValidationSink page;
+    if (op.IsSimDataComplete(group, &page, false, 0)) return "accepted";
+    const ValidationIssue& issue = page.Issues().at(0);
+    if (!issue.label.empty()) return issue.label + " " + std::to_string(issue.kind);
+    const std::string caption = "Operating Conditions: ";
+    return issue.text.rfind(caption, 0) == 0 ? issue.text.substr(caption.size()) : issue.text;
+}
+
 }  // namespace unitops::test

@@ -34,4 +34,8 @@ std::string Capture(Write&& write) {
     return CaptureFile([](std::FILE* f, void* ctx) { (*static_cast<Write*>(ctx))(f); }, &write);
 }
 
+//! The first refusal of an operation's checks in `group`: "label kind" for a value out of range,
+//! the text without its page caption for a message, "accepted" when every check passes.
+std::string FirstRefusal(CTalOperation& op, int group = 0);
+
 }  // namespace unitops::test

@@ -56,6 +56,8 @@ private:
     //! True if no open bid is new and none reaches more than after the sweep before the last raise.
     bool LastRaiseWasFutile(const std::vector<OpenBid>& open) const;
     void Apply(const OpenBid& bid);
+    //! What to ask more for a state bid, from what the last raise for it delivered.
+    double Raise(const OpenBid& bid) const;
     void KeepFeeds();
     //! The streams through which material reaches state `stateIndex` of the procedure.
     std::vector<CTalStream*> Contributors(const CTalProcedure& p, int stateIndex) const;
@@ -71,6 +73,7 @@ private:
     CTalDocEss& doc_;
     double tolerance_;
     std::map<std::pair<const void*, const void*>, double> raised_;  //!< bids of the last raise: what they reached
+    std::map<std::pair<const void*, const void*>, double> added_;   //!< state bids of the last raise: kg/s asked more
     std::vector<std::pair<CTalStream*, std::unique_ptr<CTalStream>>> feedsBeforeRaise_;
 };
 

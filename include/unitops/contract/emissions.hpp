@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "unitops/contract/members.hpp"
 #include "unitops/contract/object.hpp"
 #include "unitops/contract/stream.hpp"
 
@@ -57,6 +58,20 @@ public:
     //! `vapor` into `emission`; `liquid` is not changed.
     void CalcRxnEmissions(CTalSModel& liquid, CTalSModel& vapor, CTalSModel& emission, double pressure,
                           double headspaceVolume) const;
+    //! Head-space gas let down from `fromPressure` to `toPressure` (Pa) at a fixed volume and
+    //! temperature: the share 1 - to / from of each component of `vapor` (times its emission
+    //! fraction) leaves. Nothing leaves when the pressure does not fall or there is no head space.
+    //! What leaves is moved from `vapor` into `emission`; `liquid` is not changed.
+    void CalcVentEvacuateEmissions(CTalSModel& liquid, CTalSModel& vapor, CTalSModel& emission, double liquidVolume,
+                                   double headSpace, double fromPressure, double toPressure) const;
+    //! A sweep gas `gas` passes through a well-mixed head space of `headSpace` m3 at `pressure`.
+    //! With x the sweep's moles over those the head space holds (ideal gas at the liquid's
+    //! temperature), the share 1 - exp(-x) of the head-space gas `vapor` leaves (times its
+    //! emission fraction) and the sweep gas takes its place: (1 - exp(-x)) head spaces of it stay
+    //! in `vapor`, the rest leaves with the emission. Without head space the sweep passes through.
+    //! `rate` (std m3/s) is the sweep's rate as given; `gas` is its amount.
+    void CalcGasSweepEmissions(CTalSModel& liquid, CTalSModel& vapor, const CTalSModel& gas, CTalSModel& emission,
+                               double liquidVolume, double headSpace, double rate, double pressure) const;
     //! Line of the input data report.
     void WriteIDR_Description(std::FILE* f) const;
     //! Contents heated to `finalTemp`: the head-space gas `gas` expands at constant pressure in
@@ -75,5 +90,14 @@ private:
 
     int gaseousPort_ = -1;
 };
+
+//! The member row "PerformEmissionCalcs" of an operation that holds its spec in `spec`.
+template <class C, class Spec>
+MemberRow PerformEmissionCalcsRow(Spec C::*spec) {
+    return members::Computed(
+        "PerformEmissionCalcs", MemberType::Integer, Quantity::None, display::kNone,
+        [spec](const CObject& o) -> MemberValue { return (static_cast<const C&>(o).*spec).PerformEmissionCalcs() ? 1 : 0; },
+        [spec](CObject& o, const MemberValue& v) { (static_cast<C&>(o).*spec).SetPerformEmissionCalcs(std::get<int>(v) != 0); });
+}
 
 }  // namespace unitops

@@ -66,6 +66,10 @@ public:
     virtual bool IsOutPortUsed(int port, int flag) const;
     virtual bool CarriesInBatchMaterialIn() const { return false; }
     virtual bool CarriesInBatchMaterialOut() const { return false; }
+    //! Whether the operation consumes the ingredient (a pure component or stock mixture) `name`
+    //! from a supply that is not a stream, and at what rate (kg/s over its process time).
+    virtual bool IsBlendedNSIngredientBeingUsed(std::string_view) const { return false; }
+    virtual double BlendedNSIngredientConsumption(std::string_view, int) const { return 0.0; }
     virtual bool IsDesignSpec() const { return false; }
     virtual double TotalPower() const { return m_Power; }
     //! Seconds of one batch over which `HeatingDuty`, `CoolingDuty` and `AgentRate` are given: by
@@ -245,6 +249,8 @@ public:
     CTalHeatTransferAgent* AuxHeatingAgent() const { return m_AuxHeatingAgent; }
     CTalHeatTransferAgent* AuxCoolingAgent() const { return m_AuxCoolingAgent; }
     void InitLabor(double a, double b, int unitsA, int unitsB);
+    //! Default durations in s, both shown in minutes.
+    void InitTimes(double process, double setup);
     double LaborNeed(int which) const { return which == 0 ? m_LaborA : m_LaborB; }
     CTalEmissionStream* EmissionStream() const { return m_EmissionStream.get(); }
     bool Emits() const { return m_Emits != 0; }

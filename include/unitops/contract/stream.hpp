@@ -102,6 +102,8 @@ public:
     void GetComponentComposition(double* fractions, int n) const;
     //! Replaces the contents by one component at the given flow (kg/s) and vapour fraction.
     void ResetComposition(std::string_view name, double flow, double vaporFrac);
+    //! The same for a mixture given by its mass fraction of each component.
+    void ResetComposition(const std::vector<double>& massFractions, double flow, double vaporFrac);
 
     // Heat capacities J/(kg K), mass-weighted over all components at the state's composition
     double LiqSolCp() const { return LiqSolCp(T_, P_); }

@@ -95,12 +95,7 @@ const MemberTable& CTalTransferOp::Members() {
 }
 
 const MemberTable& CTalTransferInOp::Members() {
-    static const MemberTable table(CTalTransferOp::Members(), {
-        members::Computed(
-            "PerformEmissionCalcs", MemberType::Integer, Quantity::None, display::kNone,
-            [](const CObject& o) -> MemberValue { return static_cast<const CTalTransferInOp&>(o).m_EmissionsSpec.PerformEmissionCalcs() ? 1 : 0; },
-            [](CObject& o, const MemberValue& v) { static_cast<CTalTransferInOp&>(o).m_EmissionsSpec.SetPerformEmissionCalcs(std::get<int>(v) != 0); }),
-    });
+    static const MemberTable table(CTalTransferOp::Members(), {PerformEmissionCalcsRow(&CTalTransferInOp::m_EmissionsSpec)});
     return table;
 }
 
@@ -380,6 +375,10 @@ void CTalTransferInOp::CopyDataInto(CTalOperation* target, int flag) const {
 
 int CTalTransferInOp::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
     if (!CTalTransferOp::IsAdequatelyConnectedForSimulation(wnd)) return 0;
+    return IsFedByAProcedure(wnd);
+}
+
+int CTalTransferOp::IsFedByAProcedure(CWnd* wnd) {
     const CTalStream* s = TransferStream();
     if (s && m_PortID > 0 && s->IsInput()) {
         if (wnd) {
@@ -394,8 +393,10 @@ int CTalTransferInOp::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
 
 bool CTalTransferInOp::IsInPortUsed(int port, int) const { return m_PortID > 0 && port == m_PortID - 1; }
 
-bool CTalTransferInOp::IsOutPortUsed(int port, int flag) const {
-    return flag == 0 && m_EmissionsSpec.PerformEmissionCalcs() && m_Owner && port == m_Owner->VentPortID();
+bool CTalTransferInOp::IsOutPortUsed(int port, int flag) const { return IsVentPortUsedBy(m_EmissionsSpec, port, flag); }
+
+bool CTalTransferOp::IsVentPortUsedBy(const CTalEmissionsSpec& spec, int port, int flag) const {
+    return flag == 0 && spec.PerformEmissionCalcs() && m_Owner && port == m_Owner->VentPortID();
 }
 
 int CTalTransferInOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) {
@@ -419,19 +420,18 @@ int CTalTransferInOp::Solve(CTalStateStream* before, CTalStateStream* after, int
                                  0);
     }
     CalcTimeAndRates(dM, dV, 0.0);
-    CalcEmissions(*before, *after, dV, T, n, result);
+    CalcEmissions(m_EmissionsSpec, *before, *after, dV, T, n, result);
     if (!FinalVolumeStep(*after, V0, T, n, skipSizing)) result = 0;
     CalcEquipCapacityUtilF();
     return NormalSimEnding(result);
 }
 
-// Head-space gas that the incoming material pushes out of the vessel goes to the vent.
-void CTalTransferInOp::CalcEmissions(const CTalStateStream& before, CTalStateStream& after, double dV, double T, int n,
-                                     int& result) {
+void CTalTransferOp::CalcEmissions(CTalEmissionsSpec& spec, const CTalStateStream& before, CTalStateStream& after,
+                                   double dV, double T, int n, int& result) {
     CTalEmissionStream* emission = EmissionStream();
     CTalStream* vent = VentStream();
-    if (!m_EmissionsSpec.PerformEmissionCalcs() || !m_Owner || !m_Owner->HasVentPort() || !vent) {
-        if (m_EmissionsSpec.PerformEmissionCalcs() && m_Owner && m_Owner->HasVentPort()) {
+    if (!spec.PerformEmissionCalcs() || !m_Owner || !m_Owner->HasVentPort() || !vent) {
+        if (spec.PerformEmissionCalcs() && m_Owner && m_Owner->HasVentPort()) {
             SetSimMsg("No vent stream attached to the procedure's vent port.\nEmission calculations for this operation were skipped.", 0);
             result = 0;
         }
@@ -451,7 +451,7 @@ void CTalTransferInOp::CalcEmissions(const CTalStateStream& before, CTalStateStr
     if (freeVolume <= 1e-15) {
         emission->Zero(false, true);
     } else {
-        m_EmissionsSpec.CalcDisplacementEmissions(*liquid, *gas, *emission, freeVolume, displaced);
+        spec.CalcDisplacementEmissions(*liquid, *gas, *emission, freeVolume, displaced);
     }
     gas->SetTemp(before.Temp());
     after.Mix(*liquid, *gas);

@@ -65,6 +65,12 @@ protected:
     virtual bool NamesTransferProcedure() const { return true; }
     //! "Unable to scale up contents" with the amounts, for a vessel that holds less than asked.
     std::string ShortageText(const std::string& reason, double requested, double existing, bool transferOut) const;
+    //! Head-space gas that `dV` per unit and cycle coming in pushes out of the vessel goes to the vent.
+    void CalcEmissions(CTalEmissionsSpec& spec, const CTalStateStream& before, CTalStateStream& after, double dV, double T,
+                       int n, int& result);
+    //! Material comes in from another procedure: a feed on the port is refused (host text 0x72).
+    int IsFedByAProcedure(CWnd* wnd);
+    bool IsVentPortUsedBy(const CTalEmissionsSpec& spec, int port, int flag) const;
 };
 
 class CTalTransferInOp : public CTalTransferOp {
@@ -91,7 +97,6 @@ protected:
     //! The word for the port in messages: "Charge" or "Transfer In".
     virtual const char* PortWord() const { return "Transfer In"; }
     virtual const char* TimeRateWord() const { return "Transfer"; }
-    void CalcEmissions(const CTalStateStream& before, CTalStateStream& after, double dV, double T, int n, int& result);
 };
 
 class CTalChargeOp : public CTalTransferInOp {
