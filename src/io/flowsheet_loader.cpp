@@ -497,6 +497,18 @@ private:
             ReadOperations(*made[i], list[i], Index("procedures", i));
         }
         for (const PendingMaster& m : pendingMasters_) ResolveMaster(m);
+        CheckTearNames();
+    }
+
+    // A tear stream the flowsheet names must be one of its streams: a misspelt name would be
+    // passed over and another stream torn without a word.
+    void CheckTearNames() const {
+        const std::vector<std::string>& tears = doc_->recycleOptions.tears;
+        for (std::size_t i = 0; i < tears.size(); ++i) {
+            if (!doc_->FindStream(tears[i])) {
+                Fail(Index(Key(Key("flowsheet", "recycle"), "tear"), i), "'" + tears[i] + "' names no stream of the flowsheet");
+            }
+        }
     }
 
     // An operation that takes its duration from another: {"procedure": "P-1", "operation": "OP"},

@@ -115,6 +115,18 @@ TEST_F(TransferNames, AFeedThatNoOperationTakesStopsTheRun) {
     EXPECT_EQ(r.errors[0], "P-1: stream WATER on input port 1 is taken by no operation; its material would be lost");
 }
 
+TEST(RecycleSettings, ATearStreamThatIsNotInTheFlowsheetIsAnError) {
+    std::string text = ReadTextFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/recycle.json");
+    EXPECT_NO_THROW(LoadFlowsheet(text, "t.json"));
+    text.replace(text.find(R"(["RECYCLE"])"), 11, R"(["RECYCEL"])");
+    try {
+        LoadFlowsheet(text, "t.json");
+        ADD_FAILURE() << "a misspelt tear stream was accepted";
+    } catch (const InputError& e) {
+        EXPECT_EQ(std::string(e.what()), "t.json: flowsheet.recycle.tear[0]: 'RECYCEL' names no stream of the flowsheet");
+    }
+}
+
 TEST(JsonText, ControlCharactersAndEmptyInputAreRefusedWithTheirPlace) {
     const auto error = [](const std::string& text) {
         try {

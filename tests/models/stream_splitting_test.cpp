@@ -193,6 +193,13 @@ TEST(BatchSplitting, KeepsTheOtherShareInTheVesselOnlyWhenAnOperationFollows) {
     EXPECT_NEAR(bottom.MassFlow(), 3.75, 1e-12);
     EXPECT_EQ(top.MassFlow(), 0.0);
     EXPECT_NEAR(p.GetState(1)->MassFlow(), 1.25, 1e-12);
+    // A vessel has no rated throughput: in rating, with the duration given, the split is not held
+    // against one.
+    p.SetDesignMode(false);
+    split.m_ProcessTimeMode = 1;
+    ASSERT_EQ(solve(), 1);
+    EXPECT_TRUE(split.Messages().empty());
+    EXPECT_GT(split.m_Throughput, 0.0);
 }
 
 // A vessel holding water, ethanol and nitrogen gas, drawn from by component.

@@ -162,8 +162,9 @@ int CTalCustomSplitting::WriteIDR_Description(std::FILE* f) {
     CTalThroughputOp::WriteIDR_Description(f);
     std::fprintf(f, "Split Specification = %s\n", kSpecs[std::clamp(m_SplitSpec, 0, 6)]);
     std::fprintf(f, "Flow Ratio (Top/Bottom) = %-15.4lf\n", m_SplitRatio);
-    std::fprintf(f, "Top Flow (kg/h)         = %-15.2lf\n", m_TopMassFlow * 3600.0);
-    std::fprintf(f, "Bottom Flow (kg/h)      = %-15.2lf\n", m_BottomMassFlow * 3600.0);
+    // Reports are written in display units, where these flows are already in kg/h.
+    std::fprintf(f, "Top Flow (kg/h)         = %-15.2lf\n", m_TopMassFlow);
+    std::fprintf(f, "Bottom Flow (kg/h)      = %-15.2lf\n", m_BottomMassFlow);
     return 1;
 }
 

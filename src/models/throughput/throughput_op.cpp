@@ -82,13 +82,15 @@ int CTalThroughputOp::WriteIDR_Description(std::FILE* f) {
     return 1;
 }
 
+// Without throughput equipment (a split of a vessel's contents) there is no rated throughput to
+// hold the operation against: the throughput is computed, not checked.
 int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipment* e) {
     const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
     const double rated = e ? e->RatedThroughput() : 0.0;
     if (!IsBatchMode()) {
         const double limit = RatedLimit(e);
         m_Throughput = massFlow / UtilFactor() / units;
-        if (limit < m_Throughput) {
+        if (e && limit < m_Throughput) {
             SetSimMsg(kHostThroughputAboveRated, 0);
             return 0;
         }
@@ -98,7 +100,7 @@ int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipm
     const double amount = massFlow * T / NumberOfCycles() / units;
     if (m_ProcessTimeMode == 1) {
         m_Throughput = m_ProcessTime > 1e-15 ? amount / m_ProcessTime : 0.0;
-        if (rated < m_Throughput) {
+        if (e && rated < m_Throughput) {
             SetSimMsg(
                 "The calculated operating throughput is greater than the specified (rated) throughput.\n"
                 "Please do one or more of the following: 1) Increase the process time; 2) Increase the\n"

@@ -118,7 +118,8 @@ void CTalBatchComponentSplitting::GetCustomDescription(std::string& text) const 
     if (IsOpDescriptionShort()) return;
     char buffer[128];
     if (IsProcessTimeCalculated()) {
-        std::snprintf(buffer, sizeof buffer, " using a mass flow of %.3lf kg/min", m_MassFlowRate * 60.0);
+        // Descriptions are built in display units, where the rate is already in kg/min.
+        std::snprintf(buffer, sizeof buffer, " using a mass flow of %.3lf kg/min", m_MassFlowRate);
     } else {
         std::snprintf(buffer, sizeof buffer, " for %.2lf %s", ProcessTime(), ProcessTimeUnits().UnitsName().c_str());
     }

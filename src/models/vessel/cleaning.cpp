@@ -84,11 +84,14 @@ const MemberTable& CTalSIPOp::Members() {
         rows.push_back(Word("IsRateGiven", &C::m_IsRateGiven).Choices(0, 1));
         rows.push_back(Real("AgentAmount", &C::m_AgentAmount, Quantity::Mass));
         rows.push_back(Word("IgnoreSkid", &C::m_IgnoreSkid).Choices(0, 1));
-        // The agent's rate is an input here when the rate is given; it is kept as the host's.
-        rows.push_back(Computed(
+        // The agent's rate is an input here when the rate is given; it is kept as the host's
+        // `AgentRate`, whose row converts and copies it: this one only reads and sets it.
+        MemberRow rate = Computed(
             "SIPAgentRate", MemberType::Real, Quantity::MassFlow, display::kKgPerMin,
             [](const CObject& o) -> MemberValue { return static_cast<const C&>(o).AgentRate(); },
-            [](CObject& o, const MemberValue& v) { static_cast<C&>(o).m_AgentRate = std::get<double>(v); }));
+            [](CObject& o, const MemberValue& v) { static_cast<C&>(o).m_AgentRate = std::get<double>(v); });
+        rate.stored = false;
+        rows.push_back(std::move(rate));
         return rows;
     }());
     return table;

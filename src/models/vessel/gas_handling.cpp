@@ -81,6 +81,16 @@ void FillHeadSpace(const CTalOperation& op, CTalStateStream& state, const GasSpa
     mass += X->MassFlow() * g.T;
 }
 
+//! Sends the gas that left the head space to the procedure's vent; without a vent stream the gas
+//! is in no stream, and the operation says so.
+void SendToVent(CTalOperation& op, const CTalSModel& gas) {
+    if (CTalStream* vent = op.VentStream()) {
+        vent->Mix(*vent, gas);
+    } else if (gas.MassFlow() > 0.0) {
+        op.SetSimMsg("No vent stream attached to the procedure's vent port.\nThe gas that leaves the head space is in no stream.", 0);
+    }
+}
+
 //! Lets the head-space gas of `after` down from `from` to `to` Pa through the emission model;
 //! what leaves goes to the operation's emission stream and the procedure's vent.
 void VentHeadSpace(CTalOperation& op, const CTalEmissionsSpec& spec, CTalStateStream& after, const GasSpace& g, double from,
@@ -95,7 +105,7 @@ void VentHeadSpace(CTalOperation& op, const CTalEmissionsSpec& spec, CTalStateSt
     CTalSModel& out = emission ? static_cast<CTalSModel&>(*emission) : static_cast<CTalSModel&>(sink);
     spec.CalcVentEvacuateEmissions(*A, *B, out, g.VL, g.H, from, to);
     after.Mix(*A, *B);
-    if (CTalStream* vent = op.VentStream()) vent->Mix(*vent, out);
+    SendToVent(op, out);
 }
 
 void ZeroEmission(CTalOperation& op) {
@@ -428,7 +438,7 @@ int CTalGasSweepOp::Solve(CTalStateStream* before, CTalStateStream* after, int) 
     CTalSModel& out = emission ? static_cast<CTalSModel&>(*emission) : static_cast<CTalSModel&>(sink);
     m_EmissionsSpec.CalcGasSweepEmissions(*A, *B, *C, out, g.VL, g.H, m_GasRate, m_InitialPressure);
     after->Mix(*A, *B);
-    if (CTalStream* vent = VentStream()) vent->Mix(*vent, out);
+    SendToVent(*this, out);
     m_GasVolumePerCycle = m_GasRate * m_ProcessTime;
     m_GasMassPerCycle = C->MassFlow() * g.T / g.n;
     m_GasFlow = m_ProcessTime > 1e-15 ? m_GasMassPerCycle / m_ProcessTime : 0.0;

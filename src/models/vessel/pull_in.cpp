@@ -186,7 +186,7 @@ int CTalPullInOp::Solve(CTalStateStream* before, CTalStateStream* after, int ski
     b.RhoL = b.U->NonGaseousDensity();
     b.RhoV = before->NonGaseousDensity();
     b.L = 1.0 - b.U->TotalVaporMassFrac();
-    if (b.Rho < 1e-15) return Refuse(b, std::string("The density of the stream in is zero") + "\n" + kSkipped);
+    if (b.Rho < 1e-15) return Refuse(b, std::string("The density of the stream in is zero") + kSkipped);
 
     b.T = std::max(BatchReferenceTime(), 1e-15);
     b.n = NumberOfCycles();
@@ -318,16 +318,17 @@ int CTalPullInOp::ConcentrationFlow(Balance& b, double& F) {
     }
     if (std::abs(cs - C) < 1e-15) {
         return Refuse(b, std::string("The Pull In stream concentration is the same as the concentration in the vessel.\n"
-                                     "The specified final concentration cannot be achieved.\n") + kTimeRateSkipped);
+                                     "The specified final concentration cannot be achieved.") + kTimeRateSkipped);
     }
     if (std::abs(cv - cs) < 1e-15 && b.L > 1e-15) {
         return Refuse(b, std::string("The Pull In stream concentration is the same as the initial the vessel.\n"
-                                     "The specified final concentration cannot be achieved.\n") + "Pull In Time/Rate calculations will be skipped.\n");
+                                     "The specified final concentration cannot be achieved.") + "Pull In Time/Rate calculations will be skipped.\n");
     }
     // This test multiplies by the liquid density where the estimate below divides by it.
     if (std::abs(b.RhoL * C * b.L - ws) < 1e-15) return Refuse(b, 0x3249);
     F = (q - b.v0 * C) / (b.L * C / b.RhoL - ws);
-    if (F < 1e-15) return Refuse(b, 0x3249);
+    // A stream without liquid or solid gives 0/0 here: not a number is refused as no amount is.
+    if (!(F >= 1e-15)) return Refuse(b, 0x3249);
     double D = (b.m0 + F) / (F * b.L / b.RhoL + b.v0);  // density of the mixture, first guess
     double error = 1.0;
     int count = 0;
