@@ -345,17 +345,20 @@ private:
         ar_.WriteWord(e->CostComputation().method.empty() ? 0 : 1);
     }
 
+    // The run record, then the recycle settings, which a flowsheet keeps whether or not it ran,
+    // with the loops of the run.
     void WriteRun(const SimulationResult* run) {
         ar_.WriteWord(run ? 1 : 0);
-        if (!run) return;
-        SimulationResult copy = *run;
-        std::vector<std::int32_t> order;
-        for (const CTalProcedure* p : run->order) order.push_back(doc_.GetProcedureIndex(p));
-        TransferSimulationResult(ar_, copy, order);
+        if (run) {
+            SimulationResult copy = *run;
+            std::vector<std::int32_t> order;
+            for (const CTalProcedure* p : run->order) order.push_back(doc_.GetProcedureIndex(p));
+            TransferSimulationResult(ar_, copy, order);
+        }
         if (version_ < kRecyclesSinceVersion) return;
         RecycleOptions options = doc_.recycleOptions;
         std::vector<SavedLoop> loops;
-        for (const RecycleLoop& loop : run->loops) {
+        for (const RecycleLoop& loop : run ? run->loops : std::vector<RecycleLoop>{}) {
             SavedLoop l{{}, {}, loop.iterations, loop.error, loop.converged};
             for (const CTalProcedure* p : loop.procedures) l.procedures.push_back(doc_.GetProcedureIndex(p));
             for (const CTalStream* t : loop.tears) l.tears.push_back(t->Name());
@@ -672,7 +675,11 @@ private:
     std::optional<SimulationResult> ReadRun() {
         bool has = false;
         TransferFlag(ar_, has, "run flag");
-        if (!has) return std::nullopt;
+        if (!has) {
+            SimulationResult none;
+            if (ar_.VersionNo() >= kRecyclesSinceVersion) ReadRecycles(none);
+            return std::nullopt;
+        }
         SimulationResult run;
         std::vector<std::int32_t> order;
         const std::size_t at = ar_.Position();

@@ -228,6 +228,16 @@ TEST(UnsimulatedFlowsheet, ComesBackWithoutARunOrCosts) {
     EXPECT_EQ(ReportOf(*loaded.doc, nullptr, false), ReportOf(*doc, nullptr, false));
 }
 
+// The recycle settings belong to the flowsheet, not to a run: a file saved before any run keeps them.
+TEST(UnsimulatedFlowsheet, KeepsItsRecycleSettings) {
+    const auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/recycle.json");
+    const SavedFlowsheet loaded = ReadSavedFlowsheet(SaveFlowsheet(*doc), "fresh.uof");
+    EXPECT_FALSE(loaded.run);
+    EXPECT_EQ(loaded.doc->recycleOptions.tears, std::vector<std::string>{"RECYCLE"});
+    EXPECT_EQ(loaded.doc->recycleOptions.relativeTolerance, 1e-8);
+    EXPECT_EQ(loaded.doc->recycleOptions.maxIterations, 100);
+}
+
 TEST(UnsavableFlowsheet, AValueThatIsNotANumberIsRefusedAtSaving) {
     const auto doc = LoadExampleFlowsheet();
     doc->Procedures()[0]->GetOp(0)->SetPower(std::numeric_limits<double>::quiet_NaN());
