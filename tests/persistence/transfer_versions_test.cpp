@@ -137,7 +137,7 @@ TEST_F(TransferVersions, PullInConcentrationUnitsBefore5_0008) {
     EXPECT_EQ(old->m_ConcentrationUnits, 0x400);  // the file has no quantity object yet
     EXPECT_DOUBLE_EQ(old->m_FinalConcentration, 12.5);
     EXPECT_EQ(old->m_MaxIterations, 77);
-    EXPECT_FALSE(old->m_EmissionsSpec.PerformEmissionCalcs());  // the spec after it is read in place
+    EXPECT_FALSE(old->m_EmissionsSpec.PerformEmissionCalcs());  // the emission settings after it are read in place
     auto now = AsVersion(*op, 5.0008);
     ASSERT_TRUE(now);
     EXPECT_EQ(now->m_ConcentrationUnits, 0x402);
