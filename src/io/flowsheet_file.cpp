@@ -29,6 +29,8 @@ constexpr std::size_t kMinIngredientBytes = 1 + 8;
 //! Files from this version on keep the flowsheet's stock mixtures after its components.
 constexpr double kMixturesSinceVersion = 6.1;
 constexpr double kRecyclesSinceVersion = 6.2;  // recycle options and loops in the run record
+constexpr double kSkidsSinceVersion = 6.3;     // the cleaning skids, before the streams
+constexpr std::size_t kMinSkidBytes = 2 + 1;
 constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
 constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
 constexpr std::size_t kMinOperationBytes = 2;
@@ -260,6 +262,7 @@ public:
             CTalHeatTransferAgent copy = a;
             TransferAgent(ar_, copy);
         });
+        if (version_ >= kSkidsSinceVersion) WriteList(doc_.Skids(), [&](const CTalIPCleaningSkid& s) { ar_.WriteObject(&s); });
         WriteList(doc_.Streams(), [&](const CTalStream& s) { WriteStream(s); });
         WriteList(doc_.Procedures(), [&](const CTalProcedure& p) { WriteProcedure(p); });
         WriteRun(run);
@@ -391,6 +394,7 @@ public:
         ReadComponents();
         if (ar_.VersionNo() >= kMixturesSinceVersion) ReadList(kMinMixtureBytes, "mixtures", [&] { ReadMixture(); });
         ReadAgents();
+        if (ar_.VersionNo() >= kSkidsSinceVersion) ReadList(kMinSkidBytes, "skids", [&] { ReadSkid(); });
         ReadList(kMinStreamBytes, "streams", [&] { ReadStream(); });
         ReadList(kMinProcedureBytes, "procedures", [&] { ReadProcedure(); });
         SavedFlowsheet saved;
@@ -473,6 +477,15 @@ private:
             if (!(fraction >= 0.0 && fraction <= 1.0)) Fail(at, what + " holds a mass fraction outside 0 to 1");
         }
         doc_->AddStockMixture(std::move(m));
+    }
+
+    // The operations that use a skid refer to it later in the file.
+    void ReadSkid() {
+        const std::size_t at = ar_.Position();
+        std::unique_ptr<CTalIPCleaningSkid> skid = ReadOwned<CTalIPCleaningSkid>(RUNTIME_CLASS(CTalIPCleaningSkid));
+        if (!skid) Fail(at, "a cleaning skid is missing");
+        if (doc_->GetSkid(skid->Name())) Fail(at, "cleaning skid '" + skid->Name() + "' is listed twice");
+        doc_->AddSkid(std::move(skid));
     }
 
     void ReadAgents() {

@@ -59,7 +59,7 @@ public:
         if (!root.is_object()) Fail("", "a flowsheet must be a JSON object");
         for (const auto& [key, value] : root.items()) {
             static const std::set<std::string> kSections = {"flowsheet", "components", "mixtures", "agents", "streams",
-                                                            "procedures"};
+                                                            "procedures", "skids"};
             if (!kSections.count(key) && !IsNote(key)) Fail(key, "unknown section '" + key + "'");
         }
         doc_ = std::make_unique<CTalDocEss>();
@@ -68,6 +68,7 @@ public:
         ReadComponents(root["components"]);
         if (root.contains("mixtures")) ReadMixtures(root["mixtures"]);
         ReadAgents(root.contains("agents") ? root["agents"] : json::array());
+        if (root.contains("skids")) ReadSkids(root["skids"]);
         if (root.contains("streams")) ReadStreams(root["streams"]);
         if (root.contains("procedures")) ReadProcedures(root["procedures"]);
         for (const auto& s : doc_->Streams()) {
@@ -369,6 +370,26 @@ private:
         return m;
     }
 
+    //! The cleaning skids: a list of names, each a skid that operations may share.
+    void ReadSkids(const json& list) {
+        if (!list.is_array()) Fail("skids", "expected a list of skid names");
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::string at = Index("skids", i);
+            const std::string name = Text(list[i], at);
+            if (name.empty()) Fail(at, "a skid needs a name");
+            if (doc_->GetSkid(name)) Fail(at, "skid '" + name + "' is listed twice");
+            doc_->AddSkid(std::make_unique<CTalIPCleaningSkid>(name));
+        }
+    }
+
+    //! The skid an operation is tied to, by its name in the flowsheet's "skids".
+    void ReadSkidOf(CTalOperation& op, const json& v, const std::string& at) const {
+        const std::string name = Text(v, at);
+        CTalIPCleaningSkid* skid = doc_->GetSkid(name);
+        if (!skid) Fail(at, "unknown skid '" + name + "' (not in the flowsheet's \"skids\")");
+        op.SetSkid(skid);
+    }
+
     void ReadAgents(const json& list) {
         for (const auto& a : PropertyDatabase::BuiltIn().Agents()) {
             doc_->AddAgent(std::make_unique<CTalHeatTransferAgent>(*a));
@@ -660,12 +681,13 @@ private:
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
             auto* cip = dynamic_cast<CTalCIPOp*>(&ref);
-            if (cip) {
-                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions", "steps"});
-                if (spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
-            } else {
-                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
-            }
+            const bool takesSkid = ref.MemberRows().Find("Skid") != nullptr;
+            std::set<std::string> skip = {"model", "name", "MasterOperation", "reactions"};
+            if (cip) skip.insert("steps");
+            if (takesSkid) skip.insert("Skid");
+            SetMembers(ref, *spec, where, skip);
+            if (cip && spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
+            if (takesSkid && spec->contains("Skid")) ReadSkidOf(ref, (*spec)["Skid"], Key(where, "Skid"));
             if (spec->contains("reactions")) {
                 ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
                               doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);

@@ -338,6 +338,10 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);
     WriteEquipmentReport(f, doc, xls);
+    if (!doc.Skids().empty()) {
+        Rule(f, "CLEANING SKIDS");
+        for (const auto& skid : doc.Skids()) skid->WriteIDR_Description(f);
+    }
     Rule(f, "ENERGY");
     WriteEnergyReport(f, doc);
 }

@@ -82,6 +82,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // The host's cleaning skids, referred to by the cleaning and steaming operations
+                 RUNTIME_CLASS(CTalIPCleaningSkid),
              }) {
             r.Register(c);
         }
