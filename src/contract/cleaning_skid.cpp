@@ -96,6 +96,18 @@ void SkidLink::AdoptIntoFlowsheet() {
     if (held_ && doc) doc->AddSkid(std::move(held_));
 }
 
+void SkidLink::FlowsheetChanged() {
+    CTalDocEss* doc = op_.Flowsheet();
+    if (!doc) return;
+    AdoptIntoFlowsheet();
+    if (!skid_) return;
+    if (!skid_->Flowsheet()) {
+        skid_->SetFlowsheet(doc);
+    } else if (skid_->Flowsheet() != doc) {
+        Set(nullptr);
+    }
+}
+
 void SkidLink::CopyInto(SkidLink& target) const {
     // A copy not yet placed (as CreateCopy makes it) is taken to stay in this flowsheet.
     const CTalDocEss* there = target.op_.Flowsheet();

@@ -203,6 +203,11 @@ TEST_F(CleaningTest, ASkidIsSharedByTheOperationsThatUseIt) {
     EXPECT_EQ(skid.Operations().size(), 3u);
     copy.reset();
     EXPECT_EQ(skid.Operations().size(), 2u);
+    // A copy placed in another flowsheet does not keep a skid it does not own.
+    auto other = test::MakeDoc({"Water"}, true);
+    CTalProcedure& elsewhere = test::AddProcedure(*other, "P-9", 0xA010, false);
+    EXPECT_EQ(cip->CreateCopy(&elsewhere, 0)->Skid(), nullptr);
+    EXPECT_EQ(skid.Operations().size(), 2u);
     proc->RemoveOperation(&sip);
     EXPECT_EQ(skid.Operations().size(), 1u);
     // Removing the skid unties the operations from it.

@@ -70,6 +70,9 @@ public:
     void Serialize(CArchive& ar);
     //! Hands a skid held since loading to the flowsheet of the operation, if it has one.
     void AdoptIntoFlowsheet();
+    //! The operation moved to a flowsheet: a skid held since loading goes to it, a skid without a
+    //! flowsheet joins it, and a skid of another flowsheet is no longer the operation's.
+    void FlowsheetChanged();
     //! The skid when one is set and `ignoreSkid` is 0.
     CTalIPCleaningSkid* InUse(int ignoreSkid) const { return ignoreSkid ? nullptr : skid_; }
     void WriteIDR_Description(std::FILE* f, int ignoreSkid) const;

@@ -32,7 +32,11 @@ class CTalCIPOp;
     }                                                                                              \
     void SetFlowsheet(CTalDocEss* doc) override {                                                  \
         CTalOperation::SetFlowsheet(doc);                                                          \
-        if (m_SkidLink.Get() && doc) m_SkidLink.Get()->SetFlowsheet(doc);                          \
+        m_SkidLink.FlowsheetChanged();                                                             \
+    }                                                                                              \
+    void SetOwner(CTalProcedure* owner) override {                                                 \
+        CTalOperation::SetOwner(owner);                                                            \
+        m_SkidLink.FlowsheetChanged();                                                             \
     }                                                                                              \
     void OnNotifyAfterDocOpening() override { m_SkidLink.AdoptIntoFlowsheet(); }
 
