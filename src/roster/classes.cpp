@@ -1,6 +1,8 @@
 // Every class of the library that can be created by name: the host's persisted classes and
 // the models. A model becomes available to the factories and the archive by its line here.
 #include "unitops/contract/stream.hpp"
+#include "unitops/models/reaction/equil_rxn.hpp"
+#include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/models/heat_flow/electric_heating.hpp"
@@ -82,6 +84,9 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // Kinetic and equilibrium reactions
+                 RUNTIME_CLASS(CTalKinRxnOp), RUNTIME_CLASS(CTalBatchKinRxnOp), RUNTIME_CLASS(CTalContKinRxnOp),
+                 RUNTIME_CLASS(CTalEquilRxnOp), RUNTIME_CLASS(CTalBatchEquilRxnOp), RUNTIME_CLASS(CTalContEquilRxnOp),
              }) {
             r.Register(c);
         }

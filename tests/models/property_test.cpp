@@ -19,6 +19,8 @@
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/results_json.hpp"
+#include "unitops/models/reaction/equil_rxn.hpp"
+#include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/models/vessel/vessel.hpp"
 #include "unitops/roster/catalog.hpp"
@@ -130,6 +132,35 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         return true;
     }();
     (void)splittingsAdded;
+    // Kinetic and equilibrium stirred vessels: the fermentation at a first-order rate in glucose,
+    // and to an equilibrium of 100 between ethanol and glucose; one product outlet.
+    static const bool rateAndEquilibriumAdded = [&] {
+        const auto fermentationCoefficients = [](CTalDocEss& doc, CTalReaction& r) {
+            r.SetStoichCoeff(doc.GetComponentIndex("Glucose"), -1.0);
+            r.SetStoichCoeff(doc.GetComponentIndex("Ethanol"), 2.0);
+            r.SetStoichCoeff(doc.GetComponentIndex("Carbon Dioxide"), 2.0);
+            r.SetEnthalpyRef(-3.7e5);
+            r.SetEnthalpyRefComp("Glucose");
+        };
+        settings[0xA012] = [=](CTalDocEss& doc, CTalProcedure& p) {
+            CTalKineticReaction& r = dynamic_cast<CTalKinRxnOp&>(*p.GetOp(0)).m_RxnScheme[0];
+            fermentationCoefficients(doc, r);
+            r.SetExponentAlpha(doc.GetComponentIndex("Glucose"), 1.0);
+            r.SetRateRefComp("Glucose");
+            r.SetRateConst(1e-4);
+            oneOutlet(doc, p);
+        };
+        settings[0xA013] = [=](CTalDocEss& doc, CTalProcedure& p) {
+            CTalEquilReaction& r = dynamic_cast<CTalEquilRxnOp&>(*p.GetOp(0)).m_RxnScheme[0];
+            fermentationCoefficients(doc, r);
+            r.SetExponentAlpha(doc.GetComponentIndex("Glucose"), -1.0);
+            r.SetExponentAlpha(doc.GetComponentIndex("Ethanol"), 1.0);
+            r.SetKeq(100.0);
+            oneOutlet(doc, p);
+        };
+        return true;
+    }();
+    (void)rateAndEquilibriumAdded;
     return settings;
 }
 
