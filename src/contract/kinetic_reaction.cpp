@@ -51,11 +51,15 @@ double CTalExponentReaction::ConcentrationProduct(const double* c) const {
 void CTalExponentReaction::Serialize(CArchive& ar) {
     CTalReaction::Serialize(ar);
     SerializeArray(ar, exponents_);
+    SerializeValue(ar, conversion_);  // the last run's finding, which the reports show
 }
 
 void CTalExponentReaction::CopyDataInto(CTalReaction& target) const {
     CTalReaction::CopyDataInto(target);
-    if (auto* t = dynamic_cast<CTalExponentReaction*>(&target)) t->exponents_ = exponents_;
+    auto* t = dynamic_cast<CTalExponentReaction*>(&target);
+    if (!t) return;
+    t->exponents_ = exponents_;
+    t->conversion_ = conversion_;
 }
 
 void CTalExponentReaction::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {

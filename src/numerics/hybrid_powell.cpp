@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <vector>
@@ -38,17 +39,15 @@ extern "C" int PowellResidual(void* data, int n, const double* x, double* fvec, 
 // Codes of the wrapper, beyond the solver's own statuses (2 to 5).
 constexpr int kStoppedByResidual = 10;
 constexpr int kImproperInput = 11;
+// Residuals this small against the unknowns are rounding errors.
+constexpr double kRoundingResidual = 64.0 * 2.220446049250313e-16;
 // The settings of the simple driver hybrd1 (function evaluations 200 (n + 1), forward
-// differences at machine precision, internal scaling of the variables), except the first step
-// bound. The driver's 100 lets the first Newton step land far outside the region where a model's
-// equations are smooth (an equilibrium step that uses up more of a reactant than there is), after
-// which the Broyden update spoils the Jacobian and the solver stalls next to its start. A bound
-// of 1 in the scaled variables keeps the first steps near the start.
-constexpr double kStepBound = 1.0;
+// differences at machine precision) except two: the variables are scaled by the solver itself
+// (the driver takes them as they are), and the first step bound is the caller's.
 
 }  // namespace
 
-int HybridPowellSolver::Solve(int n, double* x, double* fvec, const Residual& f, double xtol) {
+int HybridPowellSolver::Solve(int n, double* x, double* fvec, const Residual& f, double xtol, double stepBound) {
     if (n <= 0 || !f) {
         info_ = 0;
         return kImproperInput;
@@ -58,10 +57,20 @@ int HybridPowellSolver::Solve(int n, double* x, double* fvec, const Residual& f,
     std::vector<double> diag(size), fjac(size * size), r(size * (size + 1) / 2), qtf(size), wa1(size), wa2(size), wa3(size),
         wa4(size);
     int evaluations = 0;
-    info_ = hybrd(PowellResidual, &call, n, x, fvec, xtol, 200 * (n + 1), n - 1, n - 1, 0.0, diag.data(), 1, kStepBound, 0,
+    info_ = hybrd(PowellResidual, &call, n, x, fvec, xtol, 200 * (n + 1), n - 1, n - 1, 0.0, diag.data(), 1, stepBound, 0,
                   &evaluations, fjac.data(), n, r.data(), static_cast<int>(r.size()), qtf.data(), wa1.data(), wa2.data(),
                   wa3.data(), wa4.data());
     if (info_ == 1) return 0;
+    // Started at (or driven onto) a root, the solver can stop for want of progress with residuals
+    // that are rounding errors: that is a solution.
+    if (info_ == 4 || info_ == 5) {
+        double fmax = 0.0, xmax = 1.0;
+        for (int i = 0; i < n; ++i) {
+            fmax = std::max(fmax, std::abs(fvec[i]));
+            xmax = std::max(xmax, std::abs(x[i]));
+        }
+        if (fmax <= kRoundingResidual * xmax) return 0;
+    }
     if (info_ < 0 || call.failed) return kStoppedByResidual;
     return info_ == 0 ? kImproperInput : info_;
 }

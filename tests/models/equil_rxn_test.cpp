@@ -119,7 +119,7 @@ TEST_F(EquilOpTest, TheEquilibriumConstantByTemperature) {
 // up pass after pass.
 class OvershootingSolver : public numerics::NonlinearSolver {
 public:
-    int Solve(int, double* x, double*, const numerics::Residual&, double) override {
+    int Solve(int, double* x, double*, const numerics::Residual&, double, double) override {
         ++calls;
         x[0] = 1e6;
         return 0;

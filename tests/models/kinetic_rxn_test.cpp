@@ -221,10 +221,10 @@ TEST_F(KineticOpTest, ContinuousSchemeOutOfMassBalanceIsScaled) {
 class ResidenceTimeLimitedSolver : public numerics::NonlinearSolver {
 public:
     ResidenceTimeLimitedSolver(const CTalContKinRxnOp& op, double limit) : op_(op), limit_(limit) {}
-    int Solve(int n, double* x, double* fvec, const numerics::Residual& f, double xtol) override {
+    int Solve(int n, double* x, double* fvec, const numerics::Residual& f, double xtol, double bound) override {
         ++calls;
         if (op_.m_ResidenceTime > limit_) return 4;
-        return real_.Solve(n, x, fvec, f, xtol);
+        return real_.Solve(n, x, fvec, f, xtol, bound);
     }
     int calls = 0;
 

@@ -29,7 +29,7 @@ public:
     //! Product over the components with a non-zero exponent of c_i to the power alpha_i, c in
     //! kmol/m3. A negative concentration counts as 0 under a fractional power.
     double ConcentrationProduct(const double* c) const;
-    //! Share of the reference component consumed by the last run (a result, not saved).
+    //! Share of the reference component consumed by the last run (a result).
     double Conversion() const { return conversion_; }
     void SetConversion(double x) { conversion_ = x; }
 

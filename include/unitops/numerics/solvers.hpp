@@ -107,15 +107,19 @@ class NonlinearSolver {
 public:
     virtual ~NonlinearSolver() = default;
     //! Solves f(x) = 0 from the guess in x; x and fvec hold the last iterate and its residual.
-    //! Returns 0 on success, otherwise a non-zero failure code.
-    virtual int Solve(int n, double* x, double* fvec, const Residual& f, double xtol) = 0;
+    //! `stepBound` bounds the first step (kDefaultStepBound, or smaller for equations that stop
+    //! being smooth not far from the guess). Returns 0 on success, otherwise a non-zero code.
+    virtual int Solve(int n, double* x, double* fvec, const Residual& f, double xtol, double stepBound) = 0;
 };
 
+//! The first step bound of the solver's simple driver, in scaled variables.
+inline constexpr double kDefaultStepBound = 100.0;
+
 //! Powell's hybrid method (dogleg steps, Broyden updates, forward-difference Jacobian), with the
-//! settings of its simple driver but a first step bound of 1 in scaled variables.
+//! settings of its simple driver apart from the first step bound.
 class HybridPowellSolver : public NonlinearSolver {
 public:
-    int Solve(int n, double* x, double* fvec, const Residual& f, double xtol) override;
+    int Solve(int n, double* x, double* fvec, const Residual& f, double xtol, double stepBound) override;
     //! The solver's own exit status of the last solve (1: converged to xtol).
     int LastInfo() const { return info_; }
 

@@ -24,6 +24,12 @@ constexpr unsigned kEquilibriumFailed = 1024;
 constexpr int kMaxPasses = 50;
 //! A component present in the feed and below this at the end is used up.
 constexpr double kDepleted = 1e-18;
+// The mass-action equations stop being smooth where a step uses up more of a reactant than there
+// is (the floored concentration makes the product jump). A first step bound of 0.1 (the first
+// step may change the residuals by about 0.1 by the linear model) keeps the solver's first steps
+// short of that; with the driver's 100 a first Newton step overshoots, the Broyden update spoils
+// the Jacobian, and the solver stalls next to its start.
+constexpr double kEquilibriumStepBound = 0.1;
 }  // namespace
 
 void CTalEquilRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
@@ -125,7 +131,7 @@ int CTalEquilRxnOp::SolveScaled(const std::vector<double>& nu, double V, double 
             toModel(v, model.data());
             Residual(nu, model.data(), f);
         },
-        numerics::DefaultXTolerance());
+        numerics::DefaultXTolerance(), kEquilibriumStepBound);
     toModel(u.data(), x.data());
     return code;
 }

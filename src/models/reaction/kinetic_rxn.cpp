@@ -12,9 +12,10 @@ const MemberTable& CTalKinRxnOp::Members() {
     using namespace members;
     using C = CTalKinRxnOp;
     static const MemberTable table(CTalRxnOp::Members(), {
-        Int("IntegrationSteps", &C::m_IntegrationSteps, Persist::None).Result(),
-        Int("RhsEvaluations", &C::m_RhsEvaluations, Persist::None).Result(),
-        Int("JacobianEvaluations", &C::m_JacobianEvaluations, Persist::None).Result(),
+        // The last run's counts, which the reports show.
+        Int("IntegrationSteps", &C::m_IntegrationSteps).Result(),
+        Int("RhsEvaluations", &C::m_RhsEvaluations).Result(),
+        Int("JacobianEvaluations", &C::m_JacobianEvaluations).Result(),
     });
     return table;
 }
@@ -31,10 +32,19 @@ constexpr double kIntegrationTolerance = 1e-4;
 
 // ---------------------------------------------------------------- the kinetic base
 
+void CTalKinRxnOp::Serialize(CArchive& ar) {
+    CTalRxnOp::Serialize(ar);
+    SerializeOwnMembers(ar, Members());
+}
+
 void CTalKinRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
     CTalRxnOp::CopyDataInto(target, flag);
     auto* t = dynamic_cast<CTalKinRxnOp*>(target);
-    if (t && t != this) m_RxnScheme.CopyInto(t->m_RxnScheme, t);
+    if (!t || t == this) return;
+    m_RxnScheme.CopyInto(t->m_RxnScheme, t);
+    t->m_IntegrationSteps = m_IntegrationSteps;
+    t->m_RhsEvaluations = m_RhsEvaluations;
+    t->m_JacobianEvaluations = m_JacobianEvaluations;
 }
 
 void CTalKinRxnOp::InitSimModelParams() {
@@ -45,8 +55,10 @@ void CTalKinRxnOp::InitSimModelParams() {
 
 int CTalKinRxnOp::WriteIDR_Description(std::FILE* f) {
     CTalRxnOp::WriteIDR_Description(f);
-    std::fprintf(f, "Solver: %d steps, %d right-hand side and %d Jacobian evaluations\n", m_IntegrationSteps,
-                 m_RhsEvaluations, m_JacobianEvaluations);
+    if (IsCyclical()) {
+        std::fprintf(f, "Integrator: %d steps, %d right-hand side and %d Jacobian evaluations\n", m_IntegrationSteps,
+                     m_RhsEvaluations, m_JacobianEvaluations);
+    }
     return 1;
 }
 
@@ -295,10 +307,14 @@ bool CTalContKinRxnOp::SolveIsBad(const KineticCoefficients& k, const std::vecto
     const int n = static_cast<int>(x.size());
     const int code = numerics::CurrentSolvers().nonlinear->Solve(
         n, x.data(), fvec.data(), [this, &k](int, const double* v, double* f) { Residual(k, v, f); },
-        numerics::DefaultXTolerance());
+        numerics::DefaultXTolerance(), numerics::kDefaultStepBound);
     if (code != 0) return true;
+    // A component that is not there comes out as 0 give or take the rounding of the largest
+    // concentration (water alone is 55 kmol/m3): only a value below that is negative.
+    double largest = 1.0;
+    for (double v : start) largest = std::max(largest, std::abs(v));
     for (double v : x) {
-        if (v < -1e-15 || !std::isfinite(v)) return true;
+        if (v < -1e-15 * largest || !std::isfinite(v)) return true;
     }
     return false;
 }

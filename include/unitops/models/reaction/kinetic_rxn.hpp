@@ -29,6 +29,7 @@ public:
     CTalKinRxnOp() = default;
 
     std::string DefaultPrefix() const override { return "REACT-"; }
+    void Serialize(CArchive& ar) override;
     void CopyDataInto(CTalOperation* target, int flag) const override;
     void InitSimModelParams() override;
     int WriteIDR_Description(std::FILE* f) override;
@@ -37,7 +38,7 @@ public:
     CTalChemKineticReactionScheme& RxnScheme() { return m_RxnScheme; }
 
     CTalChemKineticReactionScheme m_RxnScheme;
-    //! Counts of the last integration or solve (results, not saved).
+    //! Counts of the last integration (results, saved for the reports).
     int m_IntegrationSteps = 0;
     int m_RhsEvaluations = 0;
     int m_JacobianEvaluations = 0;
