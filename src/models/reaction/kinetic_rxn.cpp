@@ -163,12 +163,7 @@ int CTalBatchKinRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, in
 }
 
 void CTalBatchKinRxnOp::Rhs(const KineticCoefficients& k, double t, double* y, double* f) {
-    const CTalStateStream* out = m_ReactionOutState;
     const int N = k.comps;
-    const CTalEquipment* e = Equipment();
-    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
-    const double m = out->MassFlow() * BatchReferenceTime() / std::max(NumberOfCycles(), 1);
-    const double Vtot = units * m_Volumes.workingVolume;
     for (int i = 0; i < N; ++i) {
         if (y[i] < 0.0) y[i] = 0.0;
     }
@@ -187,7 +182,10 @@ void CTalBatchKinRxnOp::Rhs(const KineticCoefficients& k, double t, double* y, d
         }
         f[i] = sum;
     }
-    const double H = HeatOfRates(k, r, T, true) * Vtot;
+    // The heat that the reactions take up in the whole batch (all units), W.
+    const CTalEquipment* e = Equipment();
+    const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
+    const double H = HeatOfRates(k, r, T, true) * units * m_Volumes.workingVolume;
     if (IsIsothermalMode()) {
         m_ExternalDuty = H - m_Power;
         return;
@@ -195,6 +193,8 @@ void CTalBatchKinRxnOp::Rhs(const KineticCoefficients& k, double t, double* y, d
     if (IsAdiabaticMode()) m_HeatingDuty = m_CoolingDuty = 0.0;
     m_ExternalDuty = m_HeatingDuty - m_CoolingDuty;
     const double net = m_ExternalDuty + m_Power - H;
+    const CTalStateStream* out = m_ReactionOutState;
+    const double m = out->MassFlow() * BatchReferenceTime() / std::max(NumberOfCycles(), 1);  // kg in the batch
     const double C = m * (m_IsRxnPhaseLiquid ? out->LiqSolCp(T, m_OperPressure) : out->GaseousCp(T, m_OperPressure));
     // A batch with material has a heat capacity; without one the temperature cannot move.
     f[N] = std::abs(C) > 1e-15 ? net / C : 0.0;
