@@ -732,6 +732,7 @@ private:
         TransferSchedule(ar_, doc_->schedule);
         const ScheduleSettings& s = doc_->schedule;
         if (!(s.plantCycleTime >= 0.0) || !(s.annualTime > 0.0)) Fail(at, "bad plant cycle time or annual operating time");
+        if (s.operations.empty() && s.procedures.empty()) return;
         if (const std::string e = CheckStartRelations(*doc_); !e.empty()) Fail(at, e);
     }
 

@@ -13,6 +13,7 @@ namespace unitops {
 namespace {
 
 constexpr double kTimeTolerance = 1e-9;  // s: starts and ends closer than this coincide
+constexpr long long kMostOperationCycles = 2000000;  // keeps the plan of a batch within memory
 
 std::string OpName(const CTalOperation& op) { return op.Owner()->Name() + "/" + op.Name(); }
 
@@ -75,12 +76,18 @@ public:
 
     //! Indexes the batch procedures and resolves every relation; returns the first problem.
     std::string Build() {
+        long long nodes = 0;
         for (const auto& p : doc_.Procedures()) {
             if (!p->IsBatchMode() || p->NumberOfOps() == 0) continue;
             procIndex_[p.get()] = static_cast<int>(procs_.size());
-            procs_.push_back({p.get(), p->NumberOfOps(), std::max(p->NumberOfCycles(), 1), opNodes_});
-            opNodes_ += p->NumberOfOps() * std::max(p->NumberOfCycles(), 1);
+            procs_.push_back({p.get(), p->NumberOfOps(), std::max(p->NumberOfCycles(), 1), static_cast<int>(nodes)});
+            nodes += static_cast<long long>(p->NumberOfOps()) * std::max(p->NumberOfCycles(), 1);
+            if (nodes > kMostOperationCycles) {
+                return "the batch procedures have more than " + std::to_string(kMostOperationCycles) +
+                       " operation cycles in all (operations times cycles); too many to schedule";
+            }
         }
+        opNodes_ = static_cast<int>(nodes);
         if (std::string e = CheckSettingsNames(); !e.empty()) return e;
         anchors_.resize(static_cast<std::size_t>(opNodes_));
         for (int p = 0; p < static_cast<int>(procs_.size()); ++p) {

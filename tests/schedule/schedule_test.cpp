@@ -223,3 +223,16 @@ TEST(StartRelations, CircularMastersAreRefusedNotFollowedForever) {
 
 }  // namespace
 }  // namespace unitops::test
+
+namespace unitops::test {
+namespace {
+
+TEST(StartRelations, TooManyOperationCyclesAreRefusedNotAllocated) {
+    auto doc = LoadFlowsheet(CyclingVessel(1), "many");
+    doc->Procedures()[0]->SetNumberOfCycles(2000000000);
+    EXPECT_EQ(ComputeSchedule(*doc).error,
+              "the batch procedures have more than 2000000 operation cycles in all (operations times cycles); too many to schedule");
+}
+
+}  // namespace
+}  // namespace unitops::test
