@@ -38,10 +38,6 @@ TAL_IMPLEMENT_CLASS(CTalHeatExchanger, CTalEquipment)
 TAL_IMPLEMENT_CLASS(CTalElectricHeater, CTalEquipment)
 TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalElectricCooler, CTalElectricHeater)
 
-namespace {
-
-// The size of one unit for a requirement of `required` in all units: the first operation of a
-// pass sets it, later ones can only raise the total; above `maximum` units are added.
 bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double& size, unsigned& message) {
     if (!e.m_IsSizedInThisRun) {
         size = required;
@@ -60,13 +56,6 @@ bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double
     return true;
 }
 
-// The checks of the equipment page: the maximum in design mode, the size and the number of
-// units in rating mode.
-struct SizeLabels {
-    const char* maximum;
-    const char* size;
-};
-
 int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double maximum, double size, SizeLabels labels) {
     if (group != 0 && group != 1) return 1;
     if (e.IsDesignMode() && maximum < 1e-15) return ReportRange(page, 0x600, labels.maximum, 0x640);
@@ -74,8 +63,6 @@ int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double 
     if (!e.IsDesignMode() && e.NumberOfUnits() < 1) return ReportRange(page, 0x600, "Number of Units", 0x642);
     return 1;
 }
-
-}  // namespace
 
 // ---------------------------------------------------------------- CTalHeatExchanger
 

@@ -13,6 +13,20 @@ namespace unitops {
 //! the models treat as "no driving force", never a NaN.
 double LogMeanTempDifference(double dT1, double dT2);
 
+//! The size of one unit for a requirement of `required` in all units: the first operation of a
+//! pass sets it, later ones can only raise the total; above `maximum` units are added. False
+//! (with `message`) only when the number of units cannot be represented.
+bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double& size, unsigned& message);
+
+//! Labels of the equipment page's checks of the maximum (design) and the size (rating).
+struct SizeLabels {
+    const char* maximum;
+    const char* size;
+};
+//! The checks of the equipment page in groups 0 and 1: the maximum in design mode, the size and
+//! the number of units in rating mode.
+int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double maximum, double size, SizeLabels labels);
+
 class CTalHeatExchanger : public CTalEquipment {
     TAL_DECLARE_CLASS(CTalHeatExchanger)
 public:
