@@ -107,9 +107,10 @@ TEST_F(FlowDeviceVersions, CoolingTowerPowersComeBackExchanged) {
     op->m_FanPower = 2.0;
     op->m_PumpEfficiency = 0.75;
     const std::vector<std::uint8_t> bytes = test::WriteAsVersion(*op, 6.2, tower);
-    // Fan, pump, pump efficiency, range, cold water, drift, cycles close the file.
-    EXPECT_DOUBLE_EQ(DoubleAt(bytes, bytes.size() - 56), 2.0);
-    EXPECT_DOUBLE_EQ(DoubleAt(bytes, bytes.size() - 48), 1.0);
+    // Fan, pump, pump efficiency, range, cold water, then the five members of drift and blowdown
+    // close the file.
+    EXPECT_DOUBLE_EQ(DoubleAt(bytes, bytes.size() - 80), 2.0);
+    EXPECT_DOUBLE_EQ(DoubleAt(bytes, bytes.size() - 72), 1.0);
     auto back = test::RoundTripAsVersion(*op, 6.2, tower);
     const auto& t = dynamic_cast<CTalCoolingInTower&>(*back);
     EXPECT_DOUBLE_EQ(t.m_PumpPower, 2.0);

@@ -165,9 +165,9 @@ const MemberTable& CTalCoolingInTower::Members() {
         Real("DriftLossFrac", &C::m_DriftLossFrac, Quantity::Fraction, display::kPercent).Since(kDriftAndCyclesSince, 0.0002),
         Real("CyclesOfConcentration", &C::m_CyclesOfConcentration, Quantity::Dimensionless)
             .Since(kDriftAndCyclesSince, 4.0),
-        Real("DriftRate", &C::m_DriftRate, Quantity::MassFlow, display::kKgPerHour).Transient().Result(),
-        Real("BlowdownRate", &C::m_BlowdownRate, Quantity::MassFlow, display::kKgPerHour).Transient().Result(),
-        Real("MakeupRate", &C::m_MakeupRate, Quantity::MassFlow, display::kKgPerHour).Transient().Result(),
+        Real("DriftRate", &C::m_DriftRate, Quantity::MassFlow, display::kKgPerHour).Since(kDriftAndCyclesSince, 0.0).Result(),
+        Real("BlowdownRate", &C::m_BlowdownRate, Quantity::MassFlow, display::kKgPerHour).Since(kDriftAndCyclesSince, 0.0).Result(),
+        Real("MakeupRate", &C::m_MakeupRate, Quantity::MassFlow, display::kKgPerHour).Since(kDriftAndCyclesSince, 0.0).Result(),
     });
     return table;
 }
@@ -438,6 +438,13 @@ int CTalCoolingInTower::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "Approach Temperature = %-15.2lf  °C\n", m_ApproachTemp);
     if (IsDesignMode()) std::fprintf(f, "Ratio of Water to Air Flow Rate = %-15.2lf\n", m_WaterToAirRatio);
     m_EmissionsSpec.WriteIDR_Description(f);
+    // The results, in display units.
+    std::fprintf(f, "Water to Air Ratio (L/G)       = %-15.4lf (limit %.4lf)\n", m_WaterToAirRatio, m_MaxWaterToAirRatio);
+    std::fprintf(f, "Cooling Range (K)              = %-15.2lf\n", m_CoolingRange);
+    std::fprintf(f, "Evaporation (kg/h)             = %-15.2lf\n", m_EvaporationRate);
+    std::fprintf(f, "Drift, Blowdown (kg/h)         = %.2lf, %.2lf\n", m_DriftRate, m_BlowdownRate);
+    std::fprintf(f, "Make-up Water (kg/h)           = %-15.2lf\n", m_MakeupRate);
+    std::fprintf(f, "Pump Power, Fan Power (kW)     = %.3lf, %.3lf\n", m_PumpPower, m_FanPower);
     return 1;
 }
 

@@ -291,6 +291,7 @@ void CTalValve::WriteIDR_Description(std::FILE* f, int flag) {
     } else {
         std::fprintf(f, "Max Diameter     = %-15.2lf\n", m_MaxDiameter);
     }
+    std::fprintf(f, "Flow Coefficient (Cv) = %-15.2lf\n", m_FlowCoefficient);
 }
 
 bool CTalValve::SetNumericalValue(int id, double value, int flag) {
