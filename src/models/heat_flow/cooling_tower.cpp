@@ -6,6 +6,7 @@
 
 #include "unitops/contract/archive.hpp"
 #include "unitops/contract/flowsheet.hpp"
+#include "unitops/models/heat_flow/in_line_slots.hpp"
 #include "unitops/models/heat_flow/psychrometrics.hpp"
 
 namespace unitops {
@@ -204,11 +205,7 @@ void CTalCoolingInTower::CopyDataInto(CTalOperation* target, int flag) const {
 
 void CTalCoolingInTower::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    m_ProcessTimeMode = 1;
-    m_ProcessTime = 14400.0;
-    m_ProcessTimePQ.SetUnits(3);
-    m_SetupTime = 0.0;
-    m_SetupTimePQ.SetUnits(2);
+    InitInLineProcessTime(*this);
 }
 
 void CTalCoolingInTower::InitCostParams() { InitLabor(0.1, 0.1, 0x1200, 0x1200); }
@@ -312,7 +309,7 @@ int CTalCoolingInTower::Solve(CTalStateStream*, CTalStateStream* after, int skip
         if (LGcp < 1e-15) return PassThrough(s, kInfeasible);
         H = e ? e->m_Height : 0.0;
         const double A = e ? e->m_Area : 0.0;
-        const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
+        const int units = UnitsOf(e);
         m_WaterLoading = A > 1e-15 ? Qv / (A * units) : 0.0;
         const double N = DecksOfHeight(H);
         const bool batch = IsBatchMode();

@@ -8,6 +8,7 @@
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/models/heat_flow/heat_equipment.hpp"
+#include "unitops/models/heat_flow/in_line_slots.hpp"
 
 namespace unitops {
 
@@ -23,33 +24,6 @@ constexpr unsigned kHostAgentTooWarm = 0x34;
 constexpr unsigned kHostRatedThroughput = 0x5C;
 
 const char* const kRatedPowerHead = "The calculated operating power is greater than the specified (rated) power.\n";
-
-void InitInLineTimes(CTalOperation& op) {
-    op.m_ProcessTimeMode = 1;
-    op.m_ProcessTime = 14400.0;
-    op.m_ProcessTimePQ.SetUnits(3);
-    op.m_SetupTime = 0.0;
-    op.m_SetupTimePQ.SetUnits(2);
-}
-
-//! The feed copied to the outlet (or to a copy kept aside when the outlet is not connected).
-struct Passage {
-    const CTalStream* in = nullptr;
-    CTalStream* out = nullptr;
-    std::unique_ptr<CTalStream> aside;
-};
-
-Passage CopyThrough(const CTalOperation& op) {
-    Passage p;
-    p.in = op.InStream(0);
-    if (!p.in) return p;
-    p.out = op.OutStream(0);
-    if (!p.out) p.out = (p.aside = std::make_unique<CTalStream>(p.in->Comps(), std::string())).get();
-    p.in->CopyDataInto(*p.out, 1);
-    return p;
-}
-
-int UnitsOf(const CTalEquipment* e) { return e ? std::max(e->NumberOfUnits(), 1) : 1; }
 
 //! Rating: the throughput per unit from the volume flow `Q` of `n` units, or in a batch with a
 //! calculated process time that time from the throughput. The time base of a batch is the plant's
@@ -82,7 +56,7 @@ std::string PumpPowerAboveRated(const CTalOperation& op) {
 
 //! Steps common to the compressor and the fan once P2 is known: the isentropic exit, the
 //! after-cooler above the maximum exit temperature, and the outlet's state.
-void CoolAndSetExit(CTalOperation& op, const Passage& p, double P2, double maxExitTemp, CTalStateStream* after) {
+void CoolAndSetExit(CTalOperation& op, const InLinePassage& p, double P2, double maxExitTemp, CTalStateStream* after) {
     double T2 = IsentropicExitTemp(p.in->Temp(), p.in->Press(), P2);
     if (T2 <= maxExitTemp) {
         op.m_AgentRate = 0.0;
@@ -247,7 +221,7 @@ void CTalCFPumping::Serialize(CArchive& ar) {
 
 void CTalThroughputPumping::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    InitInLineTimes(*this);
+    InitInLineProcessTime(*this);
     m_Throughput = 0.0;
     m_PressureChange = 100000.0;
     m_Efficiency = 0.7;
@@ -273,7 +247,7 @@ int CTalThroughputPumping::Solve(CTalStateStream*, CTalStateStream* after, int s
     static const char* const kNoMaterial = "No material is available for Pumping.\nPumping calculations will be skipped.";
     int ok = 1;
     if (after) after->Zero(false, true);
-    const Passage p = CopyThrough(*this);
+    const InLinePassage p = CopyThrough(*this);
     if (!p.in || p.in->MassFlow(kPerSecond, false) < 1e-15) return AbnormalSimEnding(kNoMaterial, 0, 1);
 
     const double Q = p.in->NonGaseousVolFlow();
@@ -349,7 +323,7 @@ void CTalCFCompressing::InitHxAgent() { InitCoolingAgent(*this); }
 
 void CTalCFCompressing::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    InitInLineTimes(*this);
+    InitInLineProcessTime(*this);
     m_PressureChange = 500000.0;
     m_MaxExitTemp = 313.15;
     m_Efficiency = 0.7;
@@ -380,7 +354,7 @@ int CTalCFCompressing::Solve(CTalStateStream*, CTalStateStream* after, int skipS
     static const char* const kNoGas = "No gas material is available for compression.\nCompression calculations will be skipped.";
     int ok = 1;
     if (after) after->Zero(false, true);
-    const Passage p = CopyThrough(*this);
+    const InLinePassage p = CopyThrough(*this);
     if (!p.in || p.in->MassFlow(kPerSecond, false) < 1e-15) return AbnormalSimEnding(kNoGas, 0, 1);
     if (!p.in->IsAllGaseous()) {
         SetSimMsg(kMsgNotAllGaseous, 0);
@@ -444,7 +418,7 @@ void CTalCFFanning::InitHxAgent() { InitCoolingAgent(*this); }
 
 void CTalCFFanning::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    InitInLineTimes(*this);
+    InitInLineProcessTime(*this);
     m_PressureChange = 2000.0;
     m_MaxExitTemp = 313.15;
     m_Throughput = 0.0;
@@ -478,7 +452,7 @@ int CTalCFFanning::IsSimDataComplete(int group, CTalModelPP* page, bool flag, in
 int CTalCFFanning::Solve(CTalStateStream*, CTalStateStream* after, int skipSizing) {
     int ok = 1;
     if (after) after->Zero(false, true);
-    const Passage p = CopyThrough(*this);
+    const InLinePassage p = CopyThrough(*this);
     if (!p.in) return AbnormalSimEnding(85u, 0, 1);
     CTalCFFan* e = EquipmentT();
     const int n = UnitsOf(e);

@@ -6,6 +6,7 @@
 
 #include "unitops/models/heat_flow/flow_devices.hpp"
 #include "unitops/models/heat_flow/heat_equipment.hpp"
+#include "unitops/models/heat_flow/in_line_slots.hpp"
 
 namespace unitops {
 
@@ -28,8 +29,6 @@ const char* const kDropAboveInlet =
     "The requested pressure drop is higher than the inlet stream pressure.\nValve calculations will be skipped.";
 const char* const kDropTooSmall = "The pressure drop is too small for flow through valve.\nValve calculations will be skipped.";
 const char* const kValveTooSmall = "The valve is too small for the required flow.\nValve calculations will be skipped.";
-
-int UnitsOf(const CTalEquipment* e) { return e ? std::max(e->NumberOfUnits(), 1) : 1; }
 
 }  // namespace
 
@@ -87,11 +86,7 @@ void CTalValveOp::Serialize(CArchive& ar) {
 
 void CTalValveOp::InitSimModelParams() {
     CTalOperation::InitSimModelParams();
-    m_ProcessTimeMode = 1;
-    m_ProcessTime = 14400.0;
-    m_ProcessTimePQ.SetUnits(3);
-    m_SetupTime = 0.0;
-    m_SetupTimePQ.SetUnits(2);
+    InitInLineProcessTime(*this);
     m_Throughput = 0.0;
     m_PressureDrop = 100.0;
     m_FractionOpen = 1.0;
@@ -183,17 +178,12 @@ std::string CTalValveOp::SolveGas(const CTalStream& in, int skipSizing, int& ok)
 int CTalValveOp::Solve(CTalStateStream*, CTalStateStream* after, int skipSizing) {
     int ok = 1;
     if (after) after->Zero(false, true);
-    const CTalStream* in = InStream(0);
-    if (!in) return AbnormalSimEnding(kNoMaterial, 0, 1);
-    std::unique_ptr<CTalStream> aside;
-    CTalStream* out = OutStream(0);
-    if (!out) out = (aside = std::make_unique<CTalStream>(in->Comps(), std::string())).get();
-    in->CopyDataInto(*out, 1);
-    if (in->MassFlow(kPerSecond, false) < 1e-15) return AbnormalSimEnding(kNoMaterial, 0, 1);
-    const std::string refusal = Kind().gas ? SolveGas(*in, skipSizing, ok) : SolveLiquid(*in, skipSizing, ok);
+    const InLinePassage p = CopyThrough(*this);
+    if (!p.in || p.in->MassFlow(kPerSecond, false) < 1e-15) return AbnormalSimEnding(kNoMaterial, 0, 1);
+    const std::string refusal = Kind().gas ? SolveGas(*p.in, skipSizing, ok) : SolveLiquid(*p.in, skipSizing, ok);
     if (!refusal.empty()) return AbnormalSimEnding(refusal, 0, 1);
-    const double P2 = in->Press() - m_PressureDrop;
-    out->SetPress(P2);
+    const double P2 = p.in->Press() - m_PressureDrop;
+    p.out->SetPress(P2);
     if (after) after->SetPress(P2);
     return NormalSimEnding(ok);
 }
