@@ -234,6 +234,25 @@ TEST_F(CoolingTowerTest, EachInfeasibleFeedPassesThroughWithItsMessage) {
     EXPECT_DOUBLE_EQ(WaterOut().ComponentFlow("Water"), 10.0);
 }
 
+// Gas carried in the water is stripped by the air; the share found becomes the emission fraction.
+TEST_F(CoolingTowerTest, EmissionsMoveGasFromTheWaterToTheAir) {
+    op->m_EmissionsSpec.SetPerformEmissionCalcs(true);
+    proc->ConnectIn(0, &test::AddFeed(*doc, "WATER", {10.0, 0.0, 0.01}, 40.0 + kC));
+    proc->ConnectIn(1, &test::AddFeed(*doc, "AIR", {0.05, 0.0, 10.0}, 35.0 + kC));
+    ASSERT_EQ(Solve(), 1);
+    const int air = doc->GetComponentIndex("Air");
+    ASSERT_NE(op->EmissionStream(), nullptr);
+    EXPECT_DOUBLE_EQ(op->EmissionStream()->ComponentFlow(air), 0.01);
+    EXPECT_DOUBLE_EQ(WaterOut().ComponentFlow(air), 0.0);
+    EXPECT_NEAR(AirOut().ComponentFlow(air), 10.0 / 10.05 * (10.01 / 0.8) + 0.01, 1e-12);  // G = L / (L/G)
+    EXPECT_DOUBLE_EQ(op->m_EmissionsSpec.EmissionFrac(air), 1.0);
+    EXPECT_TRUE(op->m_EmissionsSpec.IsEmissionSet(air));
+    // Without emissions the gas stays in the water.
+    op->m_EmissionsSpec.SetPerformEmissionCalcs(false);
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_DOUBLE_EQ(WaterOut().ComponentFlow(air), 0.01);
+}
+
 TEST_F(CoolingTowerTest, ChecksInOrder) {
     op->m_WaterLoading = 0.01;
     EXPECT_EQ(test::FirstRefusal(*op), "water loading 14364");

@@ -95,6 +95,28 @@ TEST_F(FlowDeviceTest, PumpRatingSplitsTheFlowAndTestsTheRatedPower) {
     EXPECT_TRUE(HasText(pump, "use a pump\nwith greater power"));
 }
 
+// A batch takes its volume per unit over the given process time, or its time from the throughput.
+TEST_F(FlowDeviceTest, PumpInABatchRatedByTimeOrByThroughput) {
+    Build(0xA084, true);
+    proc->SetDesignMode(false);
+    auto& pump = dynamic_cast<CTalThroughputPumping&>(*op);
+    auto& e = dynamic_cast<CTalCFPump&>(*proc->Equipment());
+    e.m_Power = 1e6;
+    Feed(1.0, 0.0, 300.0, 101325.0);  // 0.001 m3/s
+    const double volume = 0.001 * pump.PlantBatchTime() / pump.NumberOfCycles();
+    pump.m_ProcessTime = 3600.0;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(pump.m_Throughput, volume / 3600.0, 1e-15);
+    EXPECT_NEAR(pump.TotalPower(), volume / 3600.0 * 1e5 / 0.7, 1e-9);
+    pump.SetProcessTimeMode(2);
+    pump.m_Throughput = 0.002;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(pump.ProcessTime(), volume / 0.002, 1e-9);
+    e.m_Power = 1.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasText(pump, "Please decrease throughput per unit or use a pump"));
+}
+
 TEST_F(FlowDeviceTest, PumpRefusesBadDataAndNoFlow) {
     Build(0xA0BB);
     auto& pump = dynamic_cast<CTalThroughputPumping&>(*op);
