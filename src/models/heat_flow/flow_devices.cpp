@@ -530,18 +530,11 @@ int CTalPoweredFlowDevice::IsSimDataComplete(int group, CTalEquipmentPP* page, i
     });
 }
 
-void CTalPoweredFlowDevice::WriteEER_Description(std::FILE* f, int) {
-    std::fprintf(f, "%17s Power = %-.2lf kW\n\n", "", m_Power);
-}
+void CTalPoweredFlowDevice::WriteEER_Description(std::FILE* f, int) { WritePowerSize(f, m_Power); }
 
 void CTalPoweredFlowDevice::WriteIDR_Description(std::FILE* f, int flag) {
     CTalEquipment::WriteIDR_Description(f, flag);
-    if (!IsDesignMode()) {
-        std::fprintf(f, "Rated Power      = %-15.2lf(kW)\n", m_Power);
-        std::fprintf(f, "Number Of Units  = %-15d\n", m_NumberOfUnits);
-    } else {
-        std::fprintf(f, "Max Power        = %-15.2lf(kW)\n", m_MaxPower);
-    }
+    WritePowerRating(*this, f, m_Power, m_MaxPower);
 }
 
 bool CTalPoweredFlowDevice::SetNumericalValue(int id, double value, int flag) {

@@ -64,6 +64,20 @@ int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double 
     return 1;
 }
 
+void WritePowerSize(std::FILE* f, double power) {
+    std::fprintf(f, "%17s Power = %-.2lf kW\n\n", "", power);  // shown in kW
+}
+
+// Reports are written in display units: the powers are in kW here.
+void WritePowerRating(const CTalEquipment& e, std::FILE* f, double power, double maxPower) {
+    if (!e.IsDesignMode()) {
+        std::fprintf(f, "Rated Power      = %-15.2lf(kW)\n", power);
+        std::fprintf(f, "Number Of Units  = %-15d\n", e.NumberOfUnits());
+    } else {
+        std::fprintf(f, "Max Power        = %-15.2lf(kW)\n", maxPower);
+    }
+}
+
 // ---------------------------------------------------------------- CTalHeatExchanger
 
 std::string CTalHeatExchanger::DefaultDescription() const {
@@ -198,19 +212,11 @@ int CTalElectricHeater::IsSimDataComplete(int group, CTalEquipmentPP* page, int 
     });
 }
 
-void CTalElectricHeater::WriteEER_Description(std::FILE* f, int) {
-    std::fprintf(f, "%17s Power = %-.2lf kW\n\n", "", m_Power);  // shown in kW
-}
+void CTalElectricHeater::WriteEER_Description(std::FILE* f, int) { WritePowerSize(f, m_Power); }
 
-// Reports are written in display units: the powers are in kW here.
 void CTalElectricHeater::WriteIDR_Description(std::FILE* f, int flag) {
     CTalEquipment::WriteIDR_Description(f, flag);
-    if (!IsDesignMode()) {
-        std::fprintf(f, "Rated Power      = %-15.2lf(kW)\n", m_Power);
-        std::fprintf(f, "Number Of Units  = %-15d\n", m_NumberOfUnits);
-    } else {
-        std::fprintf(f, "Max Power        = %-15.2lf(kW)\n", m_MaxPower);
-    }
+    WritePowerRating(*this, f, m_Power, m_MaxPower);
 }
 
 bool CTalElectricHeater::SetNumericalValue(int id, double value, int flag) {

@@ -3,6 +3,8 @@
 // heater and cooler, sized by their power. All three are sized to the largest requirement of the
 // operations that share them in a pass, and split into parallel units above their maximum.
 
+#include <cstdio>
+
 #include "unitops/contract/equipment.hpp"
 #include "unitops/roster/identity.hpp"
 
@@ -26,6 +28,11 @@ struct SizeLabels {
 //! The checks of the equipment page in groups 0 and 1: the maximum in design mode, the size and
 //! the number of units in rating mode.
 int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double maximum, double size, SizeLabels labels);
+
+//! Report lines of equipment rated by its power per unit, in display units (kW): the rated power
+//! and units in rating, the maximum in design; and the equipment report's line.
+void WritePowerRating(const CTalEquipment& e, std::FILE* f, double power, double maxPower);
+void WritePowerSize(std::FILE* f, double power);
 
 class CTalHeatExchanger : public CTalEquipment {
     TAL_DECLARE_CLASS(CTalHeatExchanger)
