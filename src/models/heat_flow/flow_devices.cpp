@@ -74,16 +74,19 @@ void CoolAndSetExit(CTalOperation& op, const InLinePassage& p, double P2, double
     }
 }
 
-// Checks shared by the compressor and the fan: the maximum exit temperature, the efficiency and
-// an agent that can cool to it.
-int CheckGasDevice(CTalOperation& op, CTalModelPP* page, double maxExitTemp, double efficiency) {
+// Checks shared by the compressor and the fan: the pressure rise in design, the maximum exit
+// temperature, the efficiency and an agent that can cool to it. A missing pressure rise is
+// reported and the checks go on: every later failure is still shown.
+int CheckGasDevice(CTalOperation& op, CTalModelPP* page, double pressureChange, double maxExitTemp, double efficiency) {
+    int ok = 1;
+    if (op.IsDesignMode() && pressureChange < 1e-15) ok = ReportRange(page, 0x601, "Pressure Change", 0x640);
     if (maxExitTemp < 1e-15) return ReportRange(page, 0x601, "Maximum Exit Temperature", 0x640);
     if (!(efficiency >= 1e-15 && efficiency <= 1.0)) return ReportRange(page, 0x601, "Pumping Efficiency", 0x649);
     const CTalHeatTransferAgent* agent = op.HxAgent();
     if (agent && agent->OutTemp() > maxExitTemp - 1.0) {
         return ReportMessage(page, 0x601, FormatMessage(MessageText(kHostAgentTooWarm), agent->Name()), 0, kStopBox);
     }
-    return 1;
+    return ok;
 }
 
 void WriteGasDevice(std::FILE* f, double maxExitTemp, double pressureChange) {
@@ -104,6 +107,19 @@ void InitCoolingAgent(CTalOperation& op) {
 }
 
 }  // namespace
+
+void AppendBatchDuration(const CTalOperation& op, double throughput, std::string& text) {
+    if (!op.IsBatchMode()) return;
+    char buffer[160];
+    if (op.IsProcessTimeCalculated()) {
+        const double rate = op.IsInInternalUnits() ? display::kCubicMetrePerHour.ToDisplay(throughput) : throughput;
+        std::snprintf(buffer, sizeof buffer, ", at a throughput of %.2lf m3/h", rate);
+    } else {
+        std::snprintf(buffer, sizeof buffer, ", for %.2lf %s", op.ProcessTimeUnits().Display().ToDisplay(op.ProcessTime()),
+                      op.ProcessTimeUnits().UnitsName().c_str());
+    }
+    text += buffer;
+}
 
 double AdiabaticPower(double volumeFlow, double P1, double P2, double efficiency) {
     if (!(P1 > 1e-15) || !(efficiency > 1e-15)) return 0.0;
@@ -299,17 +315,7 @@ int CTalThroughputPumping::WriteIDR_Description(std::FILE* f) {
 
 void CTalThroughputPumping::GetCustomDescription(std::string& text) const {
     DescribeWithPressure(*this, "Pump to increase pressure by %.3lf bar", m_PressureChange, text);
-    if (IsOpDescriptionShort() || !IsBatchMode()) return;
-    const bool internal = IsInInternalUnits() != 0;
-    char buffer[160];
-    if (IsProcessTimeCalculated()) {
-        const double rate = internal ? display::kCubicMetrePerHour.ToDisplay(m_Throughput) : m_Throughput;
-        std::snprintf(buffer, sizeof buffer, ", at a throughput of %.2lf m3/h", rate);
-    } else {
-        std::snprintf(buffer, sizeof buffer, ", for %.2lf %s", ProcessTimeUnits().Display().ToDisplay(ProcessTime()),
-                      ProcessTimeUnits().UnitsName().c_str());
-    }
-    text += buffer;
+    if (!IsOpDescriptionShort()) AppendBatchDuration(*this, m_Throughput, text);
 }
 
 // ---------------------------------------------------------------- CTalCFCompressing
@@ -337,15 +343,10 @@ void CTalCFCompressing::InitCostParams() { InitLabor(0.1, 0.05, 0x1200, 0x1200);
 
 CTalCFCompressor* CTalCFCompressing::EquipmentT() const { return dynamic_cast<CTalCFCompressor*>(Equipment()); }
 
-// A missing design pressure rise is reported and the checks go on: the first failure found
-// decides the answer, but every later one is still shown.
 int CTalCFCompressing::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
         if (group != 0 && group != 2) return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
-        int ok = 1;
-        if (IsDesignMode() && m_PressureChange < 1e-15) ok = ReportRange(page, 0x601, "Pressure Change", 0x640);
-        if (!CheckGasDevice(*this, page, m_MaxExitTemp, m_Efficiency)) return 0;
-        if (!ok) return 0;
+        if (!CheckGasDevice(*this, page, m_PressureChange, m_MaxExitTemp, m_Efficiency)) return 0;
         return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
     });
 }
@@ -434,16 +435,13 @@ CTalCFFan* CTalCFFanning::EquipmentT() const { return dynamic_cast<CTalCFFan*>(E
 int CTalCFFanning::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
         if (group != 0 && group != 2) return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
-        int ok = 1;
-        if (IsDesignMode() && m_PressureChange < 1e-15) ok = ReportRange(page, 0x601, "Pressure Change", 0x640);
-        if (!CheckGasDevice(*this, page, m_MaxExitTemp, m_Efficiency)) return 0;
+        if (!CheckGasDevice(*this, page, m_PressureChange, m_MaxExitTemp, m_Efficiency)) return 0;
         const CTalCFFan* e = EquipmentT();
         if (e && IsBatchMode() && !IsDesignMode() && IsProcessTimeCalculated() && e->m_RatedThroughput < m_Throughput) {
             return ReportMessage(page, 0x601,
                                  "The operating throughput cannot be greater than the equipment's rated throughput.", 0,
                                  kStopBox);
         }
-        if (!ok) return 0;
         return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
     });
 }

@@ -203,15 +203,7 @@ void CTalValveOp::GetCustomDescription(std::string& text) const {
     std::snprintf(buffer, sizeof buffer, " with pressure drop of %.3lf bar",
                   internal ? display::kBar.ToDisplay(m_PressureDrop) : m_PressureDrop);
     text += buffer;
-    if (!IsBatchMode()) return;
-    if (IsProcessTimeCalculated()) {
-        const double rate = internal ? display::kCubicMetrePerHour.ToDisplay(m_Throughput) : m_Throughput;
-        std::snprintf(buffer, sizeof buffer, ", at a throughput of %.2lf m3/h", rate);
-    } else {
-        std::snprintf(buffer, sizeof buffer, ", for %.2lf %s", ProcessTimeUnits().Display().ToDisplay(ProcessTime()),
-                      ProcessTimeUnits().UnitsName().c_str());
-    }
-    text += buffer;
+    AppendBatchDuration(*this, m_Throughput, text);
 }
 
 // ---------------------------------------------------------------- CTalValve and its kinds

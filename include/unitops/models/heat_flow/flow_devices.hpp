@@ -116,6 +116,10 @@ public:
     double m_Efficiency = 0.7;
 };
 
+//! The batch clause of a description: ", at a throughput of … m3/h" when the process time is
+//! calculated (`throughput` in m3/s), else ", for … <time unit>"; nothing outside a batch.
+void AppendBatchDuration(const CTalOperation& op, double throughput, std::string& text);
+
 //! Adiabatic power (W) to take `volumeFlow` (m3/s) from P1 to P2 at `efficiency`, with k = 1.3.
 double AdiabaticPower(double volumeFlow, double P1, double P2, double efficiency);
 //! The pressure reached (Pa) when `power` (W) is spent on `volumeFlow` from P1; P1 itself when
