@@ -4,6 +4,7 @@
 
 #include "unitops/contract/utf8.hpp"
 #include "unitops/io/energy_totals.hpp"
+#include "unitops/io/schedule_report.hpp"
 
 namespace unitops {
 
@@ -125,6 +126,9 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     out["procedures"] = procedures;
     out["messages"] = messages;
     out["energy"] = EnergyToJson(doc);
+    if (result && result->completed) {
+        if (const BatchSchedule schedule = ComputeSchedule(doc); schedule.applicable) out["schedule"] = ScheduleToJson(schedule);
+    }
     return WithValidText(out);
 }
 
