@@ -11,6 +11,7 @@
 #include "unitops/contract/members.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/energy_totals.hpp"
+#include "unitops/io/schedule_report.hpp"
 
 namespace unitops {
 
@@ -344,6 +345,10 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     }
     Rule(f, "ENERGY");
     WriteEnergyReport(f, doc);
+    // The schedule rests on the durations that a completed run worked out.
+    if (result && result->completed) {
+        if (const BatchSchedule schedule = ComputeSchedule(doc); schedule.applicable) WriteScheduleReport(f, schedule);
+    }
 }
 
 }  // namespace unitops

@@ -5,6 +5,7 @@
 #include "unitops/contract/utf8.hpp"
 #include "unitops/io/energy_totals.hpp"
 #include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/io/schedule_report.hpp"
 
 namespace unitops {
 
@@ -145,6 +146,9 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
     if (!skids.empty()) out["skids"] = skids;
     out["messages"] = messages;
     out["energy"] = EnergyToJson(doc);
+    if (result && result->completed) {
+        if (const BatchSchedule schedule = ComputeSchedule(doc); schedule.applicable) out["schedule"] = ScheduleToJson(schedule);
+    }
     return WithValidText(out);
 }
 

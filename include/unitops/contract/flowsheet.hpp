@@ -12,6 +12,7 @@
 #include "unitops/contract/messages.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/contract/recycle.hpp"
+#include "unitops/contract/schedule_settings.hpp"
 #include "unitops/contract/stream.hpp"
 
 namespace unitops {
@@ -30,6 +31,8 @@ public:
     QuestionPolicy questionPolicy = QuestionPolicy::NoChange;
     //! How recycle loops are torn and converged (tolerance, iterations, preferred tear streams).
     RecycleOptions recycleOptions;
+    //! Start relations of the batch recipe, plant cycle time and annual operating time.
+    ScheduleSettings schedule;
 
     //! True when data changed since the last completed simulation (or none ran yet).
     bool IsSimModified() const { return simModified_; }
