@@ -375,6 +375,23 @@ TEST_F(FlowDeviceTest, ValveChecksTheOpeningAndTheDrop) {
     EXPECT_EQ(test::FirstRefusal(v), "Pressure Change " + std::to_string(0x640));
 }
 
+// Validation reads the opening in internal units whatever units the page shows: fully open is
+// 100 % on the page and 1 inside, and is accepted both ways, for every globe and butterfly kind.
+TEST_F(FlowDeviceTest, FullyOpenValveShownInPercentIsAccepted) {
+    for (unsigned id : {0xA09Cu, 0xA09Du, 0xA09Fu, 0xA07Cu}) {
+        Build(id);
+        auto& v = dynamic_cast<CTalValveOp&>(*op);
+        v.m_FractionOpen = 1.0;
+        EXPECT_EQ(test::FirstRefusal(v), "accepted") << std::hex << id;
+        v.ConvertToDisplayUnits();
+        EXPECT_DOUBLE_EQ(v.m_FractionOpen, 100.0);
+        EXPECT_EQ(test::FirstRefusal(v), "accepted") << std::hex << id;
+        EXPECT_DOUBLE_EQ(v.m_FractionOpen, 100.0);  // the page keeps its units
+        v.m_FractionOpen = 150.0;
+        EXPECT_EQ(test::FirstRefusal(v), "Percentage Open " + std::to_string(0x649)) << std::hex << id;
+    }
+}
+
 TEST(ValveEquipmentTest, SizingAddsUnitsAboveTheLargestValve) {
     CTalGateValve gate;
     gate.InitSizeParams();
