@@ -238,6 +238,16 @@ TEST_F(CoolingTowerTest, DriftLeavesAsLiquidAndTheWaterBalanceCloses) {
     EXPECT_NEAR(op->m_MakeupRate, evaporated + drift + op->m_BlowdownRate, 1e-12);
 }
 
+// Water the air brings as liquid stays liquid; what evaporates joins the air as vapour.
+TEST_F(CoolingTowerTest, EvaporatedWaterLeavesAsVapour) {
+    Feeds(10.0, 0.0, 40.0 + kC, 35.0 + kC, 0.05);  // the air's water is liquid here
+    ASSERT_EQ(Solve(), 1);
+    const double broughtLiquid = 0.05 * (10.0 / 0.8) / 10.05;  // the air at the bid flow
+    EXPECT_GT(op->m_EvaporationRate, 0.0);
+    EXPECT_NEAR(Vapour(AirOut()), op->m_EvaporationRate, 1e-12);
+    EXPECT_NEAR(Condensed(AirOut()), broughtLiquid, 1e-12);
+}
+
 // With no loading, design finds no finite area and ends, leaving no infinity in the results.
 TEST_F(CoolingTowerTest, DesignWithoutALoadingEndsCleanly) {
     Feeds(10.0, 0.0, 40.0 + kC, 35.0 + kC);
