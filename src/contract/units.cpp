@@ -100,6 +100,7 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::ThermalConductance: return Dim(1, 2, -3, -1);
         case Quantity::HeatCapacityTotal: return Dim(1, 2, -2, -1);
         case Quantity::TemperatureRate: return Dim(0, 0, -1, 1);
+        case Quantity::VolumeFlux: return Dim(0, 1, -1);
     }
     return kDimensionless;
 }
@@ -287,6 +288,7 @@ const char* QuantityName(Quantity q) {
         case Quantity::ThermalConductance: return "thermal conductance";
         case Quantity::HeatCapacityTotal: return "heat capacity of an item";
         case Quantity::TemperatureRate: return "rate of temperature change";
+        case Quantity::VolumeFlux: return "volume flow per area";
     }
     return "unknown";
 }

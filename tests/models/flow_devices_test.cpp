@@ -137,6 +137,7 @@ TEST(PumpCostTest, EachLawAtItsFloorAndInItsRanges) {
     EXPECT_NEAR(cf.CostOfPower(100.0), 20000.0 * std::pow(200.0 / 5000.0, 0.43), 1e-9);  // floor 200 W
     EXPECT_NEAR(cf.CostOfPower(5000.0), 20000.0, 1e-9);
     EXPECT_NEAR(cf.CostOfPower(7449.0), 20000.0 * std::pow(7449.0 / 5000.0, 0.43), 1e-9);
+    EXPECT_NEAR(cf.CostOfPower(7450.0), 28000.0 * std::pow(0.745, 0.4), 1e-9);  // the upper law from 7450 W on
     EXPECT_NEAR(cf.CostOfPower(10000.0), 28000.0, 1e-9);
     CTalPDDiaphragmPump diaphragm;
     EXPECT_NEAR(diaphragm.CostOfPower(30000.0), 16000.0, 1e-9);
@@ -322,6 +323,31 @@ TEST_F(FlowDeviceTest, GasGateValveSwitchesToChokedFlowAboveItsRatio) {
     EXPECT_TRUE(HasText(v, "The valve is too small for the required flow."));
 }
 
+// Globe and butterfly valves choke only above 80 % of the inlet pressure, and a partly open valve
+// needs the coefficient divided by its opening.
+TEST_F(FlowDeviceTest, GasGlobeAndButterflyValvesSwitchToChokedFlowAboveTheirRatio) {
+    for (unsigned id : {0xA09Fu, 0xA07Cu}) {
+        Build(id);
+        auto& v = dynamic_cast<CTalValveOp&>(*op);
+        auto& e = dynamic_cast<CTalValve&>(*proc->Equipment());
+        const double T = 300.0, P1 = 5e5, rho = GasDensity(T, P1), Q = 0.1;
+        Feed(0.0, Q * rho, T, P1);
+        const double sgT = rho / 1.1948168 * T;
+        v.m_FractionOpen = 0.8;
+        v.m_PressureDrop = 0.8 * P1;  // at the ratio: not yet choked
+        ASSERT_EQ(Solve(), 1) << std::hex << id;
+        const double P2 = 0.2 * P1;
+        EXPECT_NEAR(e.m_FlowCoefficient * e.NumberOfUnits(), std::sqrt(sgT / (P1 * P1 - P2 * P2)) * Q * 1222450.0 / 0.8,
+                    1e-9)
+            << std::hex << id;
+        e.m_IsSizedInThisRun = 0;
+        v.m_PressureDrop = 0.85 * P1;
+        ASSERT_EQ(Solve(), 1) << std::hex << id;
+        EXPECT_NEAR(e.m_FlowCoefficient * e.NumberOfUnits(), std::sqrt(sgT) * Q / P1 * 1441172.7 / 0.8, 1e-9)
+            << std::hex << id;
+    }
+}
+
 TEST_F(FlowDeviceTest, GasRatingWithNoRealOutletPressureEndsCleanly) {
     Build(0xA09F);
     proc->SetDesignMode(false);
@@ -373,6 +399,23 @@ TEST_F(FlowDeviceTest, ValveChecksTheOpeningAndTheDrop) {
     v.m_FractionOpen = 1.0;
     v.m_PressureDrop = 0.0;
     EXPECT_EQ(test::FirstRefusal(v), "Pressure Change " + std::to_string(0x640));
+}
+
+// Validation reads the opening in internal units whatever units the page shows: fully open is
+// 100 % on the page and 1 inside, and is accepted both ways, for every globe and butterfly kind.
+TEST_F(FlowDeviceTest, FullyOpenValveShownInPercentIsAccepted) {
+    for (unsigned id : {0xA09Cu, 0xA09Du, 0xA09Fu, 0xA07Cu}) {
+        Build(id);
+        auto& v = dynamic_cast<CTalValveOp&>(*op);
+        v.m_FractionOpen = 1.0;
+        EXPECT_EQ(test::FirstRefusal(v), "accepted") << std::hex << id;
+        v.ConvertToDisplayUnits();
+        EXPECT_DOUBLE_EQ(v.m_FractionOpen, 100.0);
+        EXPECT_EQ(test::FirstRefusal(v), "accepted") << std::hex << id;
+        EXPECT_DOUBLE_EQ(v.m_FractionOpen, 100.0);  // the page keeps its units
+        v.m_FractionOpen = 150.0;
+        EXPECT_EQ(test::FirstRefusal(v), "Percentage Open " + std::to_string(0x649)) << std::hex << id;
+    }
 }
 
 TEST(ValveEquipmentTest, SizingAddsUnitsAboveTheLargestValve) {

@@ -37,6 +37,7 @@ enum class Quantity : std::uint8_t {
     ThermalConductance,     //!< W/K, an overall UA
     HeatCapacityTotal,      //!< J/K, of a whole item
     TemperatureRate,        //!< K/s
+    VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
 const char* QuantityName(Quantity q);

@@ -40,6 +40,21 @@ const std::string kInfeasible = std::string("The cooling tower calculations are 
 
 constexpr DisplayUnit kLoadingDisplay{"m3/(m2 h)", 3600.0, 0.0};
 
+// The air's water after the tower: what the air brought, in its own phases, the evaporated water
+// as vapour and the drift as liquid droplets.
+void SetAirWater(CTalSModel& air, double brought, double evaporated, double drift) {
+    const int w = air.GetComponentIndex("Water");
+    if (w < 0) return;
+    const double broughtCondensed = brought * (1.0 - air.ComponentVaporFrac(w));
+    const double vapour = brought - broughtCondensed + evaporated;
+    const double condensed = broughtCondensed + drift;
+    const double liquid = broughtCondensed * air.ComponentLiquidFrac(w) + drift;
+    const double total = vapour + condensed;
+    air.SetComponentFlow(w, total);
+    if (total > 0.0) air.SetComponentVaporFrac(w, vapour / total);
+    if (condensed > 0.0) air.SetComponentLiquidFrac(w, liquid / condensed);
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------- tower functions
@@ -153,7 +168,7 @@ const MemberTable& CTalCoolingInTower::Members() {
         Real("ApproachTemp", &C::m_ApproachTemp, Quantity::TemperatureDifference).Result(),
         Real("EvaporationRate", &C::m_EvaporationRate, Quantity::MassFlow, display::kKgPerHour).Result(),
         Real("WaterToAirRatio", &C::m_WaterToAirRatio, Quantity::Dimensionless),
-        Real("WaterLoading", &C::m_WaterLoading, Quantity::Dimensionless, kLoadingDisplay),
+        Real("WaterLoading", &C::m_WaterLoading, Quantity::VolumeFlux, kLoadingDisplay),
         Real("MaxWaterToAirRatio", &C::m_MaxWaterToAirRatio, Quantity::Dimensionless).Result(),
         Real("InletHumidity", &C::m_InletHumidity, Quantity::Dimensionless).Result(),
         Real("ExitHumidity", &C::m_ExitHumidity, Quantity::Dimensionless).Result(),
@@ -163,7 +178,7 @@ const MemberTable& CTalCoolingInTower::Members() {
         Real("PumpEfficiency", &C::m_PumpEfficiency, Quantity::Fraction),
         Real("CoolingRange", &C::m_CoolingRange, Quantity::TemperatureDifference).Result(),
         Real("ColdWaterTemp", &C::m_ColdWaterTemp, Quantity::Temperature, display::kDegC),
-        Real("DriftLossFrac", &C::m_DriftLossFrac, Quantity::Fraction, display::kPercent).Since(kDriftAndCyclesSince, 0.0002),
+        Real("DriftLossFrac", &C::m_DriftLossFrac, Quantity::Fraction, display::kPercent).Since(kDriftAndCyclesSince, 0.0),
         Real("CyclesOfConcentration", &C::m_CyclesOfConcentration, Quantity::Dimensionless)
             .Since(kDriftAndCyclesSince, 4.0),
         Real("DriftRate", &C::m_DriftRate, Quantity::MassFlow, display::kKgPerHour).Since(kDriftAndCyclesSince, 0.0).Result(),
@@ -347,7 +362,7 @@ int CTalCoolingInTower::Solve(CTalStateStream*, CTalStateStream* after, int skip
         const double NTU = std::max(MerkelIntegral(LGcp, Tc, hIn, Th, cp) / MerkelCorrection(hsCold, hsHot, hIn, hOut, Th), 0.07);
         H = TowerHeight(DecksForNTU(NTU, m_WaterToAirRatio));
         const double A = Qv / m_WaterLoading;
-        if (!(A >= 1e-15)) {
+        if (!(A >= 1e-15) || !std::isfinite(A)) {  // a zero loading gives no finite area
             return PassThrough(s, std::string("The calculated tower area is too small.\nPlease increase the liquid flow.\n") + kSkip);
         }
         unsigned message = 0;
@@ -387,7 +402,7 @@ int CTalCoolingInTower::FinishBalance(const Streams& s, double G, double hIn, do
     }
     const double drift = std::min(m_DriftLossFrac * Wf, Wf - E);
     m_DriftRate = drift / UtilFactor();
-    s.airOut->SetComponentFlow("Water", Wa + E + drift);
+    SetAirWater(*s.airOut, Wa, E, drift);
     s.waterOut->SetComponentFlow("Water", Wf - E - drift);
     // The loop is bled so that its solids reach the cycles of concentration; drift already takes some.
     m_BlowdownRate = std::max(m_EvaporationRate / (m_CyclesOfConcentration - 1.0) - m_DriftRate, 0.0);

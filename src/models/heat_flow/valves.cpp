@@ -105,9 +105,11 @@ int CTalValveOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int 
 }
 
 int CTalLGlobeValveOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
-    const bool badOpen = !(m_FractionOpen >= 1e-15 && m_FractionOpen <= 1.0);
-    if ((group == 0 || group == 2) && badOpen) return ReportRange(page, 0x601, "Percentage Open", 0x649);
-    return CTalValveOp::IsSimDataComplete(group, page, flag, askUser);
+    return WithInternalUnits(*this, [&] {
+        const bool badOpen = !(m_FractionOpen >= 1e-15 && m_FractionOpen <= 1.0);
+        if ((group == 0 || group == 2) && badOpen) return ReportRange(page, 0x601, "Percentage Open", 0x649);
+        return CTalValveOp::IsSimDataComplete(group, page, flag, askUser);
+    });
 }
 
 bool CTalValveOp::SizeValve(double cv, int skipSizing) {

@@ -96,7 +96,7 @@ public:
     double m_PumpEfficiency = 0.8;
     double m_CoolingRange = 0.0;          //!< K (a result)
     double m_ColdWaterTemp = 298.15;      //!< K, the target outlet water temperature
-    double m_DriftLossFrac = 0.0002;      //!< share of the circulating water carried off as drift
+    double m_DriftLossFrac = 0.0;         //!< share of the circulating water carried off as drift
     double m_CyclesOfConcentration = 4.0; //!< of the loop's dissolved solids, held by the blowdown
     double m_DriftRate = 0.0;             //!< kg/s (a result)
     double m_BlowdownRate = 0.0;          //!< kg/s (a result)
