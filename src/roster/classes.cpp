@@ -3,6 +3,8 @@
 #include "unitops/contract/stream.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/separation/absorption.hpp"
+#include "unitops/models/separation/cycloning.hpp"
 #include "unitops/models/heat_flow/electric_heating.hpp"
 #include "unitops/models/heat_flow/heat_equipment.hpp"
 #include "unitops/models/heat_flow/heat_exchanging.hpp"
@@ -82,6 +84,10 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // Absorption, stripping and gas cycloning
+                 RUNTIME_CLASS(CTalAbsorption), RUNTIME_CLASS(CTalStripping), RUNTIME_CLASS(CTalAbsorber),
+                 RUNTIME_CLASS(CTalStripper), RUNTIME_CLASS(CTalCycloning), RUNTIME_CLASS(CTalGasCycloning),
+                 RUNTIME_CLASS(CTalCyclone), RUNTIME_CLASS(CTalGasCyclone),
              }) {
             r.Register(c);
         }
