@@ -170,6 +170,24 @@ TEST_F(CycloningTest, AGasWithoutFlowEndsThePass) {
     EXPECT_EQ(op->LastResult(), -1);
 }
 
+TEST_F(CycloningTest, TheCycloneChecksItsSizesByMode) {
+    ValidationSink sink;
+    cyclone->m_MaxDeltaP = 0.0;
+    EXPECT_EQ(cyclone->IsSimDataComplete(0, &sink, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Maximum Pressure Drop");
+    cyclone->m_MaxDeltaP = 1500.0;
+    cyclone->m_MaxBodyDiameter = 0.0;
+    EXPECT_EQ(cyclone->IsSimDataComplete(0, &sink, 0), 0);
+    EXPECT_EQ(sink.Issues().back().label, "Body Diameter");  // the largest body is reported so
+    proc->SetDesignMode(false);
+    EXPECT_EQ(cyclone->IsSimDataComplete(0, &sink, 0), 0);  // no body diameter to rate
+    EXPECT_EQ(sink.Issues().back().label, "Body Diameter");
+    EXPECT_TRUE(cyclone->SetNumericalValue(CTalCyclone::kVarBodyDiameter, 0.8));
+    EXPECT_EQ(cyclone->IsSimDataComplete(0, &sink, 0), 1);
+    EXPECT_DOUBLE_EQ(cyclone->m_OverallHeight, 3.2);  // the dimensions follow the diameter
+    EXPECT_DOUBLE_EQ(cyclone->m_InletWidth, 0.2);
+}
+
 TEST(CycloneCost, ByTheRatedThroughputFrom0_472) {
     CTalGasCyclone c;
     c.InitSizeParams();
