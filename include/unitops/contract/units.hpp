@@ -37,6 +37,9 @@ enum class Quantity : std::uint8_t {
     ThermalConductance,     //!< W/K, an overall UA
     HeatCapacityTotal,      //!< J/K, of a whole item
     TemperatureRate,        //!< K/s
+    Viscosity,              //!< Pa s
+    SurfaceTension,         //!< N/m
+    Velocity,               //!< m/s
     VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
@@ -76,6 +79,10 @@ inline constexpr DisplayUnit kKcalPerHourM2DegC{"kcal/(h m2 degC)", 1.0 / 1.1622
 inline constexpr DisplayUnit kKcalPerHourDegC{"kcal/(h degC)", 1.0 / 1.162222, 0.0};
 inline constexpr DisplayUnit kKcalPerDegC{"kcal/degC", 1.0 / 4184.0, 0.0};
 inline constexpr DisplayUnit kDegCPerMin{"degC/min", 60.0, 0.0};
+inline constexpr DisplayUnit kCentipoise{"cP", 1000.0, 0.0};
+inline constexpr DisplayUnit kDynPerCm{"dyn/cm", 1000.0, 0.0};
+inline constexpr DisplayUnit kMicron{"microns", 1.0e6, 0.0};
+inline constexpr DisplayUnit kCubicMetrePerHour{"m3/h", 3600.0, 0.0};
 }  // namespace display
 
 //! Bad text where a value with a unit was expected.
