@@ -3,6 +3,7 @@
 #include "unitops/contract/stream.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
 #include "unitops/models/reaction/kinetic_rxn.hpp"
+#include "unitops/models/reaction/pf_kinetic_rxn.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/models/separation/absorption.hpp"
@@ -110,6 +111,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalButterflyValve),
                  // Cooling tower
                  RUNTIME_CLASS(CTalCoolingInTower), RUNTIME_CLASS(CTalCoolingTower),
+                 // Kinetic reactions along a plug-flow reactor
+                 RUNTIME_CLASS(CTalPFKinRxnOp),
              }) {
             r.Register(c);
         }

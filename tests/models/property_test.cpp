@@ -199,6 +199,18 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             r.SetKeq(100.0);
             oneOutlet(doc, p);
         };
+        // The plug-flow reactor: the same fermentation at a rate, along its length, adiabatic (the
+        // default agent could not heat a cold feed to the set temperature).
+        settings[0xA015] = [=](CTalDocEss& doc, CTalProcedure& p) {
+            auto& op = dynamic_cast<CTalKinRxnOp&>(*p.GetOp(0));
+            op.SetAdiabaticMode();
+            CTalKineticReaction& r = op.m_RxnScheme[0];
+            fermentationCoefficients(doc, r);
+            r.SetExponentAlpha(doc.GetComponentIndex("Glucose"), 1.0);
+            r.SetRateRefComp("Glucose");
+            r.SetRateConst(1e-4);
+            if (auto* v = dynamic_cast<CTalVessel*>(p.Equipment())) v->m_DesignPressure = 1e6;
+        };
         return true;
     }();
     (void)rateAndEquilibriumAdded;
@@ -219,6 +231,7 @@ void ExpectSoundAndRepeatable(CTalDocEss& doc, const std::string& what) {
     test::ExpectMassClosesPerProcedure(doc);
     const nlohmann::json results = ResultsToJson(doc, &first);
     const SimulationResult second = Simulator(doc).Run();
+
     ASSERT_TRUE(second.completed) << what << (second.errors.empty() ? "" : ": " + second.errors.front())
                                   << (second.invalidData.empty() ? "" : ": " + second.invalidData.front().text);
     EXPECT_EQ(second.passes, first.passes) << what;

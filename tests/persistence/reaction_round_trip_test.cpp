@@ -10,6 +10,7 @@
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
 #include "unitops/models/reaction/kinetic_rxn.hpp"
+#include "unitops/models/reaction/pf_kinetic_rxn.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/roster/roster.hpp"
 
@@ -149,6 +150,51 @@ TEST(ReactionRoundTrip, BatchKineticBytesAreTheReactionOperationThenTheRecorder)
     const std::unique_ptr<CObject> back = test::ReadAsVersion(whole, kFlowsheetFormatVersion, *proc, RosterClasses());
     ASSERT_TRUE(back);
     EXPECT_EQ(dynamic_cast<const CTalBatchKinRxnOp&>(*back).m_IntegrationSteps, 0);
+}
+
+// The plug-flow kinetic operation: the reaction operation, its length-axis recorder, then the
+// shortest residence time as a double; copies and loads keep all three.
+TEST(ReactionRoundTrip, PlugFlowKineticBytesAreTheOperationTheRecorderThenTheMinimumResidenceTime) {
+    auto doc = test::MakeDoc({"Water", "Ethanol", "Glucose"});
+    CTalProcedure* proc = &test::AddProcedure(*doc, "P-1", 0xA015, false);
+    auto made = CTalOperation::Create<CTalPFKinRxnOp>(proc);
+    CTalPFKinRxnOp& op = *made;
+    proc->AddOperation(std::move(made));
+    op.m_RxnScheme[0].SetStoichCoeff(2, -1.0);
+    op.m_RxnScheme[0].SetStoichCoeff(1, 1.0);
+    op.m_RxnScheme[0].SetRateRefComp("Glucose");
+    op.m_MinResidenceTime = 4321.0;
+    op.m_InletTotalConc = 17.0;  // a working value: not saved
+    const std::vector<int> flags = {0, 1, 1};
+    op.m_Recorder.Init(3, flags.data(), 4, 1, 0);
+    const double y[] = {0.0, 0.5, 0.25, 330.0};
+    op.m_Recorder.RecordData(3, 2.5, 4, y, 0x406, 0.0, 0.0);
+    const std::vector<std::uint8_t> whole = test::WriteAsVersion(op, kFlowsheetFormatVersion, *proc);
+
+    CArchive parts;
+    parts.StoreAsVersion(kFlowsheetFormatVersion);
+    parts.SetComponents(doc->Comps());
+    op.CTalRxnOp::Serialize(parts);
+    op.m_Recorder.Serialize(parts);
+    parts << 4321.0;
+    const std::vector<std::uint8_t>& expected = parts.Bytes();
+    ASSERT_GT(whole.size(), expected.size());
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), whole.end() - static_cast<std::ptrdiff_t>(expected.size())));
+
+    const std::unique_ptr<CObject> back = test::ReadAsVersion(whole, kFlowsheetFormatVersion, *proc, RosterClasses());
+    const std::unique_ptr<CTalOperation> copy = op.CreateCopy(proc, 0);
+    for (const auto* o : {dynamic_cast<const CTalPFKinRxnOp*>(back.get()), dynamic_cast<const CTalPFKinRxnOp*>(copy.get())}) {
+        ASSERT_NE(o, nullptr);
+        EXPECT_EQ(o->m_MinResidenceTime, 4321.0);
+        EXPECT_TRUE(o->m_Recorder.IsXLength());
+        EXPECT_EQ(o->m_Recorder.NumberOfPoints(), 4);
+        EXPECT_EQ(o->m_Recorder.X().At(3), 2.5);
+        EXPECT_EQ(o->m_Recorder.Conc().At(2, 3), 0.25);
+        EXPECT_EQ(o->m_Recorder.Temp().At(3), 330.0);
+        EXPECT_EQ(o->m_Recorder.IsDutyStored(), 0);
+        EXPECT_EQ(o->m_RxnScheme[0].RateRefComp(), "Glucose");
+    }
+    EXPECT_EQ(dynamic_cast<const CTalPFKinRxnOp&>(*back).m_InletTotalConc, 0.0);
 }
 
 TEST(ReactionRoundTrip, EquilibriumReactionsTravelWithTheirConstants) {

@@ -75,4 +75,10 @@ std::string FirstRefusal(CTalOperation& op, int group) {
     return issue.text.rfind(caption, 0) == 0 ? issue.text.substr(caption.size()) : issue.text;
 }
 
+std::string AllMessages(const CTalOperation& op) {
+    std::string all;
+    for (const SimMessage& m : op.Messages()) all += m.text + "\n";
+    return all;
+}
+
 }  // namespace unitops::test

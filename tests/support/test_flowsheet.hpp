@@ -38,4 +38,7 @@ std::string Capture(Write&& write) {
 //! the text without its page caption for a message, "accepted" when every check passes.
 std::string FirstRefusal(CTalOperation& op, int group = 0);
 
+//! Every message of the operation's last run, one per line.
+std::string AllMessages(const CTalOperation& op);
+
 }  // namespace unitops::test

@@ -38,11 +38,32 @@ void CTalKinRxnOp::Serialize(CArchive& ar) {
     SerializeOwnMembers(ar, Members());
 }
 
+void CTalKinRxnOp::SetOwner(CTalProcedure* owner) {
+    CTalRxnOp::SetOwner(owner);
+    if (CTalReactorDR* recorder = GetDataRecorder()) recorder->SetOwner(this);
+}
+
+void CTalKinRxnOp::UpdateForNewCompDef(const ComponentList& oldComps) {
+    CTalRxnOp::UpdateForNewCompDef(oldComps);
+    CTalReactorDR* recorder = GetDataRecorder();
+    if (const ComponentList* comps = Comps(); recorder && comps) recorder->UpdateCompInfoFromOldFlowsheet(oldComps, *comps);
+}
+
+void CTalKinRxnOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    CTalRxnOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+    if (CTalReactorDR* recorder = GetDataRecorder()) recorder->UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+}
+
 void CTalKinRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
     CTalRxnOp::CopyDataInto(target, flag);
     auto* t = dynamic_cast<CTalKinRxnOp*>(target);
     if (!t || t == this) return;
     m_RxnScheme.CopyInto(t->m_RxnScheme, t);
+    const CTalReactorDR* recorder = const_cast<CTalKinRxnOp*>(this)->GetDataRecorder();
+    if (CTalReactorDR* into = t->GetDataRecorder(); recorder && into) {
+        recorder->CopyDataInto(into);
+        into->SetOwner(t);
+    }
     t->m_IntegrationSteps = m_IntegrationSteps;
     t->m_RhsEvaluations = m_RhsEvaluations;
     t->m_JacobianEvaluations = m_JacobianEvaluations;
@@ -113,34 +134,55 @@ double CTalKinRxnOp::HeatOfRates(const KineticCoefficients& k, const std::vector
     return H;
 }
 
+int CTalKinRxnOp::IntegrateRecorded(numerics::IntegrationProblem& p, double* y) {
+    const CTalReactorDR* recorder = GetDataRecorder();
+    const int points = recorder ? recorder->NumberOfPoints() : 0;
+    // The profile: 0, then each Step to the last point, which falls exactly at the end.
+    const double end = p.xEnd;
+    const int lastPoint = std::max(points - 1, 1);
+    const double step = end / lastPoint;
+    int point = 0;
+    const int neq = p.n;
+    p.output = [&](double& x, const double* state) {
+        if (point <= lastPoint && point < points) RecordData(point, x, neq, const_cast<double*>(state));
+        x = point == lastPoint ? end + step : point == lastPoint - 1 ? end : x + step;
+        ++point;
+    };
+    p.relTol = kIntegrationTolerance;
+    p.maxStep = step;  // no step longer than one recorded interval
+    numerics::StiffIntegrator& integrator = *numerics::CurrentSolvers().integrator;
+    const int code = integrator.Integrate(p, y);
+    m_IntegrationSteps = static_cast<int>(integrator.Stats().steps);
+    m_RhsEvaluations = static_cast<int>(integrator.Stats().rhsEvaluations);
+    m_JacobianEvaluations = static_cast<int>(integrator.Stats().jacobianEvaluations);
+    return code;
+}
+
+bool CTalKinRxnOp::TakeIntegratedState(const CTalStateStream* in, CTalStateStream* out, const std::vector<double>& y,
+                                       double scale, int code, double m0) {
+    const int N = NumberOfComponents();
+    for (int i = 0; i < N; ++i) out->SetComponentMoleFlow(i, scale * std::max(y[static_cast<std::size_t>(i)], 0.0));
+    if (code != 0 || std::abs(out->MassFlow() - m0) > 1e-5) {
+        if (code != 0) SetSimMsg(numerics::CurrentSolvers().integrator->FailureText(), 0);
+        SetSimMsg(kIntegrationFailed, 0);
+        return false;
+    }
+    const bool isothermal = IsIsothermalMode();
+    if (!isothermal) m_ExitTemp = y[static_cast<std::size_t>(N)];
+    out->SetTemp(m_ExitTemp);
+    out->SetPress(m_OperPressure);
+    if (isothermal) {
+        double sumH = 0.0;
+        IsothermalDutyBalance(in, out, sumH, Reactions());
+    }
+    return true;
+}
+
 // ---------------------------------------------------------------- batch
 
 void CTalBatchKinRxnOp::Serialize(CArchive& ar) {
     CTalKinRxnOp::Serialize(ar);
     m_Recorder.Serialize(ar);
-}
-
-void CTalBatchKinRxnOp::SetOwner(CTalProcedure* owner) {
-    CTalKinRxnOp::SetOwner(owner);
-    m_Recorder.SetOwner(this);
-}
-
-void CTalBatchKinRxnOp::UpdateForNewCompDef(const ComponentList& oldComps) {
-    CTalKinRxnOp::UpdateForNewCompDef(oldComps);
-    if (const ComponentList* comps = Comps()) m_Recorder.UpdateCompInfoFromOldFlowsheet(oldComps, *comps);
-}
-
-void CTalBatchKinRxnOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
-    CTalKinRxnOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
-    m_Recorder.UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
-}
-
-void CTalBatchKinRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
-    CTalKinRxnOp::CopyDataInto(target, flag);
-    auto* t = dynamic_cast<CTalBatchKinRxnOp*>(target);
-    if (!t || t == this) return;
-    m_Recorder.CopyDataInto(&t->m_Recorder);
-    t->m_Recorder.SetOwner(t);
 }
 
 void CTalBatchKinRxnOp::InitSimModelParams() {
@@ -231,43 +273,14 @@ int CTalBatchKinRxnOp::BatchKinBalance(const CTalStateStream* in, CTalStateStrea
         m_ExternalDuty = 0.0;
     }
 
-    // The profile: 0, then each Step to the last point, which falls exactly at the end.
-    const double end = ProcessTime();
-    const int lastPoint = std::max(m_Recorder.NumberOfPoints() - 1, 1);
-    const double step = end / lastPoint;
-    int point = 0;
     numerics::IntegrationProblem p;
     p.n = neq;
     p.rhs = [this, &k](double t, double* state, double* f) { Rhs(k, t, state, f); };
-    p.output = [&](double& x, const double* state) {
-        if (point <= lastPoint && point < m_Recorder.NumberOfPoints()) RecordData(point, x, neq, const_cast<double*>(state));
-        x = point == lastPoint ? end + step : point == lastPoint - 1 ? end : x + step;
-        ++point;
-    };
-    p.xEnd = end;
-    p.relTol = kIntegrationTolerance;
-    p.maxStep = step;  // no step longer than one recorded interval
-    p.breakpoints = TimeCriteriaSwitches(end);
-    numerics::StiffIntegrator& integrator = *numerics::CurrentSolvers().integrator;
-    const int code = integrator.Integrate(p, y.data());
-    m_IntegrationSteps = static_cast<int>(integrator.Stats().steps);
-    m_RhsEvaluations = static_cast<int>(integrator.Stats().rhsEvaluations);
-    m_JacobianEvaluations = static_cast<int>(integrator.Stats().jacobianEvaluations);
-
-    for (int i = 0; i < N; ++i) out->SetComponentMoleFlow(i, V * std::max(y[static_cast<std::size_t>(i)], 0.0));
-    const double m1 = out->MassFlow();
-    if (code != 0 || std::abs(m1 - m0) > 1e-5) {
-        if (code != 0) SetSimMsg(integrator.FailureText(), 0);
-        SetSimMsg(kIntegrationFailed, 0);
-        return 0;
-    }
-    if (!isothermal) m_ExitTemp = y[static_cast<std::size_t>(N)];
-    out->SetTemp(m_ExitTemp);
-    out->SetPress(m_OperPressure);
-    if (isothermal) {
-        double sumH = 0.0;
-        IsothermalDutyBalance(in, out, sumH, Reactions());
-    } else if (IsAdiabaticMode()) {
+    p.xEnd = ProcessTime();
+    p.breakpoints = TimeCriteriaSwitches(p.xEnd);
+    const int code = IntegrateRecorded(p, y.data());
+    if (!TakeIntegratedState(in, out, y, V, code, m0)) return 0;
+    if (IsAdiabaticMode()) {
         m_HeatingDuty = m_CoolingDuty = m_ExternalDuty = m_AgentRate = 0.0;
     }
     FinishDuties();

@@ -6,6 +6,7 @@
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/contract/reaction.hpp"
+#include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/vessel.hpp"
 
 namespace unitops {
@@ -285,10 +286,10 @@ void CTalRxnOp::ProloguePower(bool guard) {
     }
 }
 
-bool CTalRxnOp::SolverPrologue(const CTalStateStream* in, CTalStateStream* out) {
+bool CTalRxnOp::SolverPrologue(const CTalStateStream* in, CTalStateStream* out, bool checkVent) {
     in->CopyDataInto(*out, 1);
     ProloguePressure(in, out);
-    const bool ventOK = PrologueVentCheck();
+    const bool ventOK = !checkVent || PrologueVentCheck();
     ProloguePower(false);
     TakeUserDuty();
     m_ReactionInState = in;
@@ -349,6 +350,52 @@ void CTalRxnOp::VentEmissionStep(CTalStateStream* out, double headspace, double 
     out->Mix(*liquid, *vapor);
     emission->SetPress(emissionPress);
     vent->Mix(*vent, *emission);
+}
+
+// ---------------------------------------------------------------- plug flow
+
+CTalPFR* CTalRxnOp::PlugFlowReactor() const { return dynamic_cast<CTalPFR*>(Equipment()); }
+
+bool CTalRxnOp::PlugFlowRateOrSize(double Vdot, double minResidenceTime, int skipSizing) {
+    CTalPFR* pfr = PlugFlowReactor();
+    const int units = pfr ? std::max(pfr->NumberOfUnits(), 1) : 1;
+    bool ok = true;
+    if (!IsDesignMode()) {
+        m_Volumes.workingVolume = (pfr ? pfr->Volume() : 0.0) * m_Volumes.workingToVesselVol;
+        m_ResidenceTime = units * m_Volumes.workingVolume / Vdot;
+        m_CapacityUtilF = m_ResidenceTime <= 1e-15 ? 1.0 : std::min(minResidenceTime / m_ResidenceTime, 1.0);
+        if (m_ResidenceTime < minResidenceTime) {
+            SetSimMsg("The calculated residence time is lower than the min\nrequired. Please do one or more of the following:\n"
+                      "1) Use a higher number of equipment units operating in parallel.\n2) Use a larger Plug Flow Reactor.\n"
+                      "3) Reduce the feed flowrate.");
+            ok = false;
+        }
+    } else {
+        m_Volumes.workingVolume = Vdot * m_ResidenceTime;
+        unsigned message = 0;
+        if (!skipSizing && pfr && !pfr->CalcSize(m_Volumes.workingVolume, m_Volumes.workingToVesselVol, message)) {
+            SetSimMsg(message, 0);
+            ok = false;
+        }
+        m_Volumes.workingVolume /= units;
+        m_CapacityUtilF = 1.0;
+    }
+    if (pfr) pfr->CalcDimensions();
+    return ok;
+}
+
+int CTalRxnOp::CheckMinResidenceTime(int group, CTalModelPP* page, double minResidenceTime) const {
+    if (!IsDesignMode() && InGroup(group, 2) && minResidenceTime < 1e-15) {
+        return ReportRange(page, 0x601, "Min Residence Time", 0x640);
+    }
+    return 1;
+}
+
+void CTalRxnOp::WriteMinResidenceTime(std::FILE* f, double minResidenceTime) const {
+    // Reports are written in display units, where the member already holds hours.
+    if (IsDesignMode()) return;
+    const double hours = IsInInternalUnits() ? display::kHour.ToDisplay(minResidenceTime) : minResidenceTime;
+    std::fprintf(f, "Min Residence Time = %-15.3lf h\n", hours);
 }
 
 }  // namespace unitops

@@ -186,48 +186,18 @@ void CTalPFStoichRxnOp::InitSimModelParams() {
     m_Volumes.maxWorkingToVesselVol = 1.0;
 }
 
-CTalPFR* CTalPFStoichRxnOp::EquipmentT() const { return dynamic_cast<CTalPFR*>(Equipment()); }
+CTalPFR* CTalPFStoichRxnOp::EquipmentT() const { return PlugFlowReactor(); }
 
 int CTalPFStoichRxnOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
-        if (!IsDesignMode() && InGroup(group, 2) && m_MinResidenceTime < 1e-15) {
-            return ReportRange(page, 0x601, "Min Residence Time", 0x640);
-        }
+        if (!CheckMinResidenceTime(group, page, m_MinResidenceTime)) return 0;
         return CTalStoichRxnOp::IsSimDataComplete(group, page, flag, askUser);
     });
 }
 
 int CTalPFStoichRxnOp::WriteIDR_Description(std::FILE* f) {
-    // Reports are written in display units, where the member already holds hours.
-    if (!IsDesignMode()) {
-        const double hours = IsInInternalUnits() ? display::kHour.ToDisplay(m_MinResidenceTime) : m_MinResidenceTime;
-        std::fprintf(f, "Min Residence Time = %-15.3lf h\n", hours);
-    }
+    WriteMinResidenceTime(f, m_MinResidenceTime);
     return CTalStoichRxnOp::WriteIDR_Description(f);
-}
-
-void CTalPFStoichRxnOp::RateOrSize(double Vdot, int skipSizing) {
-    CTalPFR* pfr = EquipmentT();
-    const int units = pfr ? std::max(pfr->NumberOfUnits(), 1) : 1;
-    if (!IsDesignMode()) {
-        m_Volumes.workingVolume = (pfr ? pfr->Volume() : 0.0) * m_Volumes.workingToVesselVol;
-        m_ResidenceTime = units * m_Volumes.workingVolume / Vdot;
-        m_CapacityUtilF = m_ResidenceTime <= 1e-15 ? 1.0 : std::min(m_MinResidenceTime / m_ResidenceTime, 1.0);
-        if (m_ResidenceTime < m_MinResidenceTime) {
-            SetSimMsg("The calculated residence time is lower than the min\nrequired. Please do one or more of the following:\n"
-                      "1) Use a higher number of equipment units operating in parallel.\n2) Use a larger Plug Flow Reactor.\n"
-                      "3) Reduce the feed flowrate.");
-        }
-    } else {
-        m_Volumes.workingVolume = Vdot * m_ResidenceTime;
-        unsigned message = 0;
-        if (!skipSizing && pfr && !pfr->CalcSize(m_Volumes.workingVolume, m_Volumes.workingToVesselVol, message)) {
-            SetSimMsg(message, 0);
-        }
-        m_Volumes.workingVolume /= pfr ? std::max(pfr->NumberOfUnits(), 1) : 1;
-        m_CapacityUtilF = 1.0;
-    }
-    if (pfr) pfr->CalcDimensions();
 }
 
 int CTalPFStoichRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) {
@@ -237,7 +207,8 @@ int CTalPFStoichRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, in
     if (Vdot * 1e10 < 1e-15) {
         return AbnormalSimEnding("No material is available for reaction.\nreaction calculations will be skipped.");
     }
-    RateOrSize(Vdot, skipSizing);
+    // The rating's and the sizing's failures have their messages but do not count in the result.
+    PlugFlowRateOrSize(Vdot, m_MinResidenceTime, skipSizing);
     const int result = MaterialBalances(feed.get(), after, 0.0);
     SendToProduct(after);
     return NormalSimEnding(result);

@@ -30,6 +30,10 @@ public:
 
     std::string DefaultPrefix() const override { return "REACT-"; }
     void Serialize(CArchive& ar) override;
+    // The recording forms' recorder follows the operation's owner, components and copies.
+    void SetOwner(CTalProcedure* owner) override;
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
     void CopyDataInto(CTalOperation* target, int flag) const override;
     void InitSimModelParams() override;
     int WriteIDR_Description(std::FILE* f) override;
@@ -54,6 +58,17 @@ protected:
     //! The heat that the reactions take up at the rates r, per m3 (signed by the coefficient of
     //! each heat reference component, or its magnitude with `magnitude`).
     double HeatOfRates(const KineticCoefficients& k, const std::vector<double>& r, double T, bool magnitude) const;
+    //! Integrates `p` from y over [0, p.xEnd] with the family's tolerance, recording the points
+    //! of the recorder evenly from 0 to the end (the last exactly at the end) through RecordData;
+    //! keeps the integrator's counts. Returns the integrator's code.
+    int IntegrateRecorded(numerics::IntegrationProblem& p, double* y);
+    //! After an integration with the code `code`: the outlet's molar flows are `scale` times the
+    //! state's (negative ones cleared). False, with the integrator's text and message 1025, when
+    //! the integration failed or the mass flow moved from m0 by more than 1e-5 kg/s. Otherwise the
+    //! outlet takes the temperature (the state's when not isothermal) and the operating
+    //! pressure, and an isothermal run its duties.
+    bool TakeIntegratedState(const CTalStateStream* in, CTalStateStream* out, const std::vector<double>& y,
+                             double scale, int code, double m0);
 };
 
 class CTalBatchKinRxnOp : public CTalKinRxnOp {
@@ -63,10 +78,6 @@ public:
     TAL_OPERATION_IDENTITY(0xA114)
 
     void Serialize(CArchive& ar) override;
-    void SetOwner(CTalProcedure* owner) override;
-    void UpdateForNewCompDef(const ComponentList& oldComps) override;
-    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
-    void CopyDataInto(CTalOperation* target, int flag) const override;
     void InitSimModelParams() override;
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
     CTalReactorDR* GetDataRecorder() override { return &m_Recorder; }

@@ -12,6 +12,7 @@
 
 namespace unitops {
 
+class CTalPFR;
 class CTalReaction;
 class CTalReactionScheme;
 
@@ -86,8 +87,8 @@ protected:
     void ProloguePower(bool guard);
     //! The opening of the balances that run a solver: `out` a copy of `in`, pressure, vent check,
     //! power, the user's duty, and the two states recorded for the solver's callbacks. Returns
-    //! the vent check.
-    bool SolverPrologue(const CTalStateStream* in, CTalStateStream* out);
+    //! the vent check (true when `checkVent` is false: a balance without a vent step).
+    bool SolverPrologue(const CTalStateStream* in, CTalStateStream* out, bool checkVent = true);
     //! The settings of a continuous vessel form: adiabatic, continuous.
     void InitContinuousForm();
     //! In duty-set mode, a non-zero ExternalDuty is the user's net duty: it sets the heating or
@@ -103,6 +104,17 @@ protected:
     void VentEmissionStep(CTalStateStream* out, double headspace, double emissionPress = 101325.0);
     //! Vessel volume, its units and the head space left by the working volume (all units).
     double Headspace() const;
+
+    // The plug-flow forms: a tubular reactor, rated against a shortest residence time or sized
+    // for the residence time given.
+    CTalPFR* PlugFlowReactor() const;
+    //! Working volume, residence time and utilisation for the volume flow `Vdot` (m3/s), then the
+    //! reactor's dimensions; false when the residence time falls short or the sizing fails (each
+    //! with its message).
+    bool PlugFlowRateOrSize(double Vdot, double minResidenceTime, int skipSizing);
+    //! In rating mode, a shortest residence time that is not positive is refused.
+    int CheckMinResidenceTime(int group, CTalModelPP* page, double minResidenceTime) const;
+    void WriteMinResidenceTime(std::FILE* f, double minResidenceTime) const;
 };
 
 }  // namespace unitops

@@ -85,10 +85,6 @@ public:
     CTalPFR* EquipmentT() const;
 
     double m_MinResidenceTime = 900.0;  //!< s
-
-private:
-    //! Working volume, residence time and utilisation for the volume flow `Vdot` (m3/s).
-    void RateOrSize(double Vdot, int skipSizing);
 };
 
 class CTalGenBatchStoichRxnOp : public CTalBatchStoichRxnOp {
