@@ -41,16 +41,39 @@ void CTalDataContainer::Set(int i, double v) {
     if (i >= 0 && i < Size()) values_[static_cast<std::size_t>(i)] = v;
 }
 
-std::string CTalDataContainer::UnitName() const {
-    switch (kind_) {
-        case 1: return "s";
-        case 2: return "m";
-        case 4: return "kmol/m3";
-        case 5: return "K";
-        case 6: return units_ == 0x602 ? "W/m" : "W";
-        default: return "";
+std::vector<RecorderUnit> RecorderUnits(int kind) {
+    static const RecorderUnit kUnits[] = {
+        {1, 3, "s", 1.0, 0.0}, {1, 4, "min", 1.0 / 60.0, 0.0}, {1, 5, "h", 1.0 / 3600.0, 0.0},
+        {2, 0x103, "m", 1.0, 0.0}, {2, 0x104, "cm", 100.0, 0.0}, {2, 0x105, "mm", 1000.0, 0.0},
+        // Concentrations come in kmol/m3 (code 0x406 from the balances, 0x400 before a run).
+        {4, 0x400, "kmol/m3", 1.0, 0.0}, {4, 0x406, "kmol/m3", 1.0, 0.0},
+        {5, 0x500, "K", 1.0, 0.0}, {5, 0x501, "degC", 1.0, -273.15},
+        // A duty over time is a power; along a length it is a power per metre.
+        {6, 0x600, "W", 1.0, 0.0}, {6, 0x601, "kW", 1e-3, 0.0}, {6, 0x602, "W/m", 1.0, 0.0}, {6, 0x603, "kW/m", 1e-3, 0.0},
+    };
+    std::vector<RecorderUnit> units;
+    for (const RecorderUnit& u : kUnits) {
+        if (u.kind == kind) units.push_back(u);
     }
+    return units;
 }
+
+RecorderUnit FindRecorderUnit(int kind, unsigned code) {
+    const std::vector<RecorderUnit> units = RecorderUnits(kind);
+    for (const RecorderUnit& u : units) {
+        if (u.code == code) return u;
+    }
+    return units.empty() ? RecorderUnit{kind, code, "", 1.0, 0.0} : units.front();
+}
+
+std::string CTalDataContainer::UnitName() const { return FindRecorderUnit(kind_, units_).name; }
+
+namespace {
+// The SI value stays as it is (a -0 duty reads -0).
+double InUnit(const RecorderUnit& u, double v) { return u.factor == 1.0 && u.offset == 0.0 ? v : v * u.factor + u.offset; }
+}  // namespace
+
+double CTalDataContainer::Shown(int i) const { return InUnit(FindRecorderUnit(kind_, units_), At(i)); }
 
 void CTalDataContainer::Serialize(CArchive& ar) {
     ar.IsStoring() ? void(ar << name_) : void(ar >> name_);
@@ -78,6 +101,8 @@ bool CTalCompDataContainer::IsStored(int comp) const {
 double CTalCompDataContainer::At(int comp, int i) const {
     return IsStored(comp) && i >= 0 && i < points_ ? perComp_[static_cast<std::size_t>(comp)][static_cast<std::size_t>(i)] : 0.0;
 }
+
+double CTalCompDataContainer::Shown(int comp, int i) const { return InUnit(FindRecorderUnit(kind_, units_), At(comp, i)); }
 
 void CTalCompDataContainer::Set(int comp, int i, double v) {
     if (IsStored(comp) && i >= 0 && i < points_) perComp_[static_cast<std::size_t>(comp)][static_cast<std::size_t>(i)] = v;
@@ -136,13 +161,13 @@ void CTalDataRecorder::WriteData(std::FILE* f, int form, const std::vector<const
     };
     std::vector<Column> columns;
     auto add = [&](const CTalDataContainer* c) {
-        columns.push_back({c->Name() + " (" + c->UnitName() + ")", [c](int i) { return i < c->Size() ? c->At(i) : 0.0; }});
+        columns.push_back({c->Name() + " (" + c->UnitName() + ")", [c](int i) { return i < c->Size() ? c->Shown(i) : 0.0; }});
     };
     for (const CTalDataContainer* c : before) add(c);
     for (int k = 0; comps && k < comps->NumberOfComps(); ++k) {
         if (!comps->IsStored(k)) continue;
         const std::string name = static_cast<std::size_t>(k) < names.size() ? names[static_cast<std::size_t>(k)] : "C" + std::to_string(k);
-        columns.push_back({name + " (" + comps->UnitName() + ")", [comps, k](int i) { return comps->At(k, i); }});
+        columns.push_back({name + " (" + comps->UnitName() + ")", [comps, k](int i) { return comps->Shown(k, i); }});
     }
     for (const CTalDataContainer* c : after) add(c);
     // A heading wider than the column widens its column.

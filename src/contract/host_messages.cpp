@@ -133,7 +133,7 @@ std::string RangeKindText(unsigned kind) {
         case 0x640: return "must be positive";
         case 0x641: return "must not be negative";
         case 0x642: return "must be at least 1";
-        case 0x643: return "must be an integer";
+        case 0x643: return "must be 2 or more";
         case 0x644: return "must lie between 0 and 100 %";
         case 0x645: return "must be below 100 %";
         case 0x647: return "must lie between 0 and 1";

@@ -37,10 +37,10 @@ int ValidationSink::ModelDlgMsg(unsigned caption, const MsgText& text, unsigned,
 int ValidationSink::ModelDlgQuestion(unsigned caption, const MsgText& text, unsigned, unsigned flags) {
     int answer = IDYES;
     switch (policy_) {
-        case QuestionPolicy::NoChange: answer = flags == kYesNoCancel ? IDNO : IDYES; break;
+        case QuestionPolicy::NoChange: answer = flags == kYesNoCancel || (flags & kSecondButtonDefault) ? IDNO : IDYES; break;
         case QuestionPolicy::Yes: answer = IDYES; break;
         case QuestionPolicy::No: answer = IDNO; break;
-        case QuestionPolicy::Cancel: answer = flags == kYesNoCancel ? IDCANCEL : IDNO; break;
+        case QuestionPolicy::Cancel: answer = (flags & ~kSecondButtonDefault) == kYesNoCancel ? IDCANCEL : IDNO; break;
     }
     const char* said = answer == IDYES ? "yes" : answer == IDNO ? "no" : "cancel";
     questions_.push_back((object_.empty() ? "" : object_ + ": ") + CaptionText(caption) + ": " + text.Resolve() +

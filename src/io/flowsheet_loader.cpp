@@ -778,7 +778,7 @@ private:
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
             auto* cip = dynamic_cast<CTalCIPOp*>(&ref);
             const bool takesSkid = ref.MemberRows().Find("Skid") != nullptr;
-            std::set<std::string> skip = {"model", "name", "MasterOperation", "reactions", "start"};
+            std::set<std::string> skip = {"model", "name", "MasterOperation", "reactions", "start", "profiles"};
             if (cip) skip.insert("steps");
             if (takesSkid) skip.insert("Skid");
             SetMembers(ref, *spec, where, skip);
@@ -788,6 +788,8 @@ private:
                 ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
                               doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);
             }
+            if (spec->contains("profiles")) ReadProfileSettings(ref, (*spec)["profiles"], origin_, Key(where, "profiles"));
+            FoldPlugFlowDutyEntry(ref, *spec);
             if (spec->contains("start")) ReadOperationStart(ref, (*spec)["start"], Key(where, "start"));
             if (spec->contains("MasterOperation")) {
                 pendingMasters_.push_back({&ref, &(*spec)["MasterOperation"], Key(where, "MasterOperation")});

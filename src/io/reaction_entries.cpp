@@ -1,13 +1,17 @@
 #include "unitops/io/reaction_entries.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <map>
 #include <set>
 
 #include "unitops/contract/units.hpp"
 #include "unitops/io/errors.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
 #include "unitops/models/reaction/kinetic_rxn.hpp"
+#include "unitops/models/reaction/pf_kinetic_rxn.hpp"
+#include "unitops/models/reaction/reaction_entry.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 
 namespace unitops {
@@ -24,9 +28,10 @@ public:
     std::unique_ptr<CTalStoichReaction> Read(const json& j, const std::string& at, int position) {
         CheckKeys(j, at, {"extent", "reference", "target", "sequence", "extracellular"});
         auto r = std::make_unique<CTalStoichReaction>(&op_, 1, position + 1, NameOf(j, at, position));
-        ReadStoichiometry(*r, j, at);
+        // Written in the order of the reaction page: the extent, the heat, then per component.
         ReadExtent(*r, j, at);
         ReadHeat(*r, j, at);
+        ReadStoichiometry(*r, j, at);
         if (j.contains("sequence")) {
             const json& s = j["sequence"];
             if (!s.is_number_integer()) Fail(Key(at, "sequence"), "expected a whole number");
@@ -47,7 +52,7 @@ public:
         ReadHeat(*r, j, at);
         ReadExponents(*r, j, at);
         if (!j.contains("rate_reference")) Fail(at, "a kinetic reaction needs its \"rate_reference\" component");
-        r->SetRateRefComp(Component(j["rate_reference"], Key(at, "rate_reference")));
+        r->SetRateRefComp(Participant(*r, j["rate_reference"], Key(at, "rate_reference")));
         if (j.contains("k") == j.contains("arrhenius")) Fail(at, "give either a rate constant \"k\" or \"arrhenius\"");
         if (j.contains("k")) {
             r->SetRateConstSetByUser(1);
@@ -101,8 +106,8 @@ private:
     // The keys that every reaction takes, and those of its kind.
     void CheckKeys(const json& j, const std::string& at, std::initializer_list<const char*> own) const {
         if (!j.is_object()) Fail(at, "expected an object");
-        std::set<std::string> keys = {"name", "basis", "coefficients", "heat", "heat_reference", "heat_temperature",
-                                      "note", "notes", "comment"};
+        std::set<std::string> keys = {"name", "basis", "coefficients", "reactants", "products", "heat", "heat_reference",
+                                      "heat_temperature", "note", "notes", "comment"};
         keys.insert(own.begin(), own.end());
         for (const auto& [key, value] : j.items()) {
             if (!keys.count(key)) Fail(Key(at, key), "unknown key '" + key + "' of a reaction");
@@ -110,12 +115,22 @@ private:
     }
 
     std::string NameOf(const json& j, const std::string& at, int position) const {
-        return j.contains("name") ? Text(j["name"], Key(at, "name")) : "Reaction #" + std::to_string(position + 1);
+        return j.contains("name") ? Text(j["name"], Key(at, "name")) : DefaultReactionName(position);
     }
+
+    // The rate data are given for the components that take part (a coefficient above 1e-15).
+    std::string Participant(const CTalReaction& r, const json& v, const std::string& at) const {
+        const std::string name = Component(v, at);
+        if (!TakesPart(r, op_.GetComponentIndex(name))) Fail(at, "'" + name + "' takes no part in the reaction (its coefficient is 0)");
+        return name;
+    }
+
+    static bool TakesPart(const CTalReaction& r, int i) { return std::abs(r.StoichCoeffAsEntered(i)) > 1e-15; }
 
     void ReadExponents(CTalExponentReaction& r, const json& j, const std::string& at) const {
         if (!j.contains("exponents")) Fail(at, "a reaction at a rate or an equilibrium needs its \"exponents\"");
         ForEachComponent(j["exponents"], Key(at, "exponents"), [&](int i, const json& v, const std::string& where) {
+            if (!TakesPart(r, i)) Fail(where, "an exponent is given only for a component that takes part in the reaction");
             r.SetExponentAlpha(i, Number(v, Quantity::Dimensionless, where));
         });
     }
@@ -200,10 +215,42 @@ private:
             if (basis != "mass" && basis != "mole") Fail(Key(at, "basis"), "expected \"mass\" or \"mole\"");
             r.SetDisplayStoichInKg(basis == "mass");
         }
-        if (!j.contains("coefficients")) Fail(at, "a reaction needs its \"coefficients\" (reactants negative)");
-        ForEachComponent(j["coefficients"], Key(at, "coefficients"), [&](int i, const json& v, const std::string& where) {
-            r.SetStoichCoeff(i, Number(v, Quantity::Dimensionless, where));
-        });
+        const bool lists = j.contains("reactants") || j.contains("products");
+        if (j.contains("coefficients") == lists) {
+            Fail(at, "a reaction needs its \"coefficients\" (reactants negative), or its \"reactants\" and \"products\"");
+        }
+        if (!lists) {
+            ForEachComponent(j["coefficients"], Key(at, "coefficients"), [&](int i, const json& v, const std::string& where) {
+                r.SetStoichCoeff(i, Number(v, Quantity::Dimensionless, where));
+            });
+            return;
+        }
+        const std::vector<double> coeffs = ReadSides(j, at);
+        for (std::size_t i = 0; i < coeffs.size(); ++i) r.SetStoichCoeff(static_cast<int>(i), coeffs[i]);
+    }
+
+    // The two lists of positive numbers: a negative product is refused before a negative reactant.
+    std::vector<double> ReadSides(const json& j, const std::string& at) const {
+        const std::size_t n = static_cast<std::size_t>(op_.NumberOfComponents());
+        StoichSides sides{std::vector<double>(n, 0.0), std::vector<double>(n, 0.0)};
+        std::vector<std::string> paths(2 * n);
+        for (const char* side : {"products", "reactants"}) {
+            if (!j.contains(side)) continue;
+            const bool product = side[0] == 'p';
+            ForEachComponent(j[side], Key(at, side), [&](int i, const json& v, const std::string& where) {
+                const auto k = static_cast<std::size_t>(i);
+                if (!product && !paths[k].empty()) Fail(where, "a component is on one side of the reaction only");
+                (product ? sides.products : sides.reactants)[k] = Number(v, Quantity::Dimensionless, where);
+                paths[product ? k : n + k] = where;
+            });
+        }
+        if (const std::string problem = StoichiometrySignProblem(sides); !problem.empty()) {
+            const bool product = problem.find("products") != std::string::npos;
+            const std::vector<double>& side = product ? sides.products : sides.reactants;
+            const auto bad = static_cast<std::size_t>(std::find_if(side.begin(), side.end(), [](double v) { return v < 0.0; }) - side.begin());
+            Fail(paths[product ? bad : n + bad], problem);
+        }
+        return JoinStoichiometry(sides);
     }
 
     void ReadExtent(CTalStoichReaction& r, const json& j, const std::string& at) const {
@@ -276,6 +323,76 @@ void ReadReactions(CTalOperation& op, const json& list, const std::string& origi
     for (std::size_t i = 0; i < list.size(); ++i) {
         scheme.Add(reader.Read(list[i], at + "[" + std::to_string(i) + "]", static_cast<int>(i)));
     }
+}
+
+namespace {
+
+int WholeNumber(const json& v, const std::string& origin, const std::string& at) {
+    if (!v.is_number_integer()) throw InputError(origin + ": " + at, "expected a whole number");
+    return static_cast<int>(std::clamp<long long>(v.get<long long>(), -1000000, 1000000));
+}
+
+bool Flag(const json& v, const std::string& origin, const std::string& at) {
+    if (!v.is_boolean()) throw InputError(origin + ": " + at, "expected true or false");
+    return v.get<bool>();
+}
+
+// A unit by its name among those of the kinds given (the checks then judge whether it fits).
+unsigned UnitCode(const json& v, std::initializer_list<int> kinds, const std::string& origin, const std::string& at) {
+    std::string names;
+    for (int kind : kinds) {
+        for (const RecorderUnit& u : RecorderUnits(kind)) {
+            if (v.is_string() && v.get<std::string>() == u.name) return u.code;
+            if (u.code != 0x406) names += (names.empty() ? "\"" : ", \"") + std::string(u.name) + "\"";
+        }
+    }
+    throw InputError(origin + ": " + at, "expected one of " + names);
+}
+
+}  // namespace
+
+void ReadProfileSettings(CTalOperation& op, const json& j, const std::string& origin, const std::string& at) {
+    auto* rxn = dynamic_cast<CTalRxnOp*>(&op);
+    if (!rxn || !rxn->GetDataRecorder()) throw InputError(origin + ": " + at, "this operation records no profiles");
+    if (!j.is_object()) throw InputError(origin + ": " + at, "expected an object of profile settings");
+    const auto key = [&](const char* k) { return at + "." + k; };
+    ProfileSettings s;
+    for (const auto& [name, v] : j.items()) {
+        if (name == "points") s.points = WholeNumber(v, origin, key("points"));
+        else if (name == "column_width") s.columnWidth = WholeNumber(v, origin, key("column_width"));
+        else if (name == "decimals") s.decimals = WholeNumber(v, origin, key("decimals"));
+        else if (name == "spaces") s.spaces = WholeNumber(v, origin, key("spaces"));
+        else if (name == "temperature") s.temperature = Flag(v, origin, key("temperature"));
+        else if (name == "duty") s.duty = Flag(v, origin, key("duty"));
+        else if (name == "x_unit") s.xUnits = UnitCode(v, {1, 2}, origin, key("x_unit"));
+        else if (name == "temperature_unit") s.temperatureUnits = UnitCode(v, {5}, origin, key("temperature_unit"));
+        else if (name == "duty_unit") s.dutyUnits = UnitCode(v, {6}, origin, key("duty_unit"));
+        else if (name == "store") {
+            if (!v.is_array()) throw InputError(origin + ": " + key("store"), "expected a list of component names");
+            s.storeFlags = std::vector<int>(static_cast<std::size_t>(op.NumberOfComponents()), 0);
+            for (std::size_t i = 0; i < v.size(); ++i) {
+                const int c = v[i].is_string() ? op.GetComponentIndex(v[i].get<std::string>()) : -1;
+                if (c < 0) throw InputError(origin + ": " + key("store") + "[" + std::to_string(i) + "]", "expected a component of the flowsheet");
+                (*s.storeFlags)[static_cast<std::size_t>(c)] = 1;
+            }
+        } else {
+            throw InputError(origin + ": " + key(name.c_str()), "unknown key '" + name + "' of the profile settings");
+        }
+    }
+    // The checks of the profiles page, in its order and words.
+    ValidationSink page;
+    static const std::map<ProfileField, const char*> kKeys = {
+        {ProfileField::Points, "points"}, {ProfileField::ColumnWidth, "column_width"}, {ProfileField::Decimals, "decimals"},
+        {ProfileField::Spaces, "spaces"}, {ProfileField::XUnits, "x_unit"}, {ProfileField::DutyUnits, "duty_unit"}};
+    const ProfileField bad = ApplyProfileSettings(*rxn, s, &page);
+    if (bad != ProfileField::None) throw InputError(origin + ": " + key(kKeys.at(bad)), page.Issues().front().text);
+}
+
+void FoldPlugFlowDutyEntry(CTalOperation& op, const json& spec) {
+    auto* rxn = dynamic_cast<CTalRxnOp*>(&op);
+    const bool plugFlow = dynamic_cast<CTalPFKinRxnOp*>(&op) || dynamic_cast<CTalPFStoichRxnOp*>(&op);
+    if (!plugFlow || !(spec.contains("HeatingDuty") || spec.contains("CoolingDuty"))) return;
+    FoldPlugFlowDuty(*rxn, spec.contains("CoolingDuty") && rxn->m_CoolingDuty > 0.0);
 }
 
 }  // namespace unitops

@@ -4,6 +4,8 @@
 #include <stdexcept>
 
 #include "unitops/io/database.hpp"
+#include "unitops/io/errors.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops::test {
@@ -73,6 +75,15 @@ std::string FirstRefusal(CTalOperation& op, int group) {
     if (!issue.label.empty()) return issue.label + " " + std::to_string(issue.kind);
     const std::string caption = "Operating Conditions: ";
     return issue.text.rfind(caption, 0) == 0 ? issue.text.substr(caption.size()) : issue.text;
+}
+
+std::string LoadError(const std::string& text) {
+    try {
+        LoadFlowsheet(text, "test.json");
+    } catch (const InputError& e) {
+        return e.what();
+    }
+    return "";
 }
 
 std::string AllMessages(const CTalOperation& op) {

@@ -38,6 +38,9 @@ std::string Capture(Write&& write) {
 //! the text without its page caption for a message, "accepted" when every check passes.
 std::string FirstRefusal(CTalOperation& op, int group = 0);
 
+//! The error that loading the flowsheet text gives (as "test.json"), empty when it loads.
+std::string LoadError(const std::string& text);
+
 //! Every message of the operation's last run, one per line.
 std::string AllMessages(const CTalOperation& op);
 

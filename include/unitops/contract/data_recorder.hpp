@@ -14,6 +14,21 @@ namespace unitops {
 class CArchive;
 class CTalOperation;
 
+//! A unit in which a recorded quantity is shown: its code, name, and the factor and offset from
+//! the SI value (shown = SI x factor + offset).
+struct RecorderUnit {
+    int kind;
+    unsigned code;
+    const char* name;
+    double factor;
+    double offset;
+};
+//! The units offered for a kind of quantity (1 time, 2 length, 4 concentration, 5 temperature,
+//! 6 duty), the first of each the SI one.
+std::vector<RecorderUnit> RecorderUnits(int kind);
+//! The unit of the code, or the kind's SI unit for a code it does not know.
+RecorderUnit FindRecorderUnit(int kind, unsigned code);
+
 //! One recorded variable: a value per point, its name, kind of quantity and unit code.
 class CTalDataContainer {
 public:
@@ -30,8 +45,11 @@ public:
     int Kind() const { return kind_; }
     unsigned Units() const { return units_; }
     void SetUnits(unsigned u) { units_ = u; }
-    //! The unit's name in the tables (values are recorded in the SI unit of their kind).
+    //! The unit's name in the tables (values are recorded in the SI unit of their kind and shown
+    //! in the container's unit).
     std::string UnitName() const;
+    //! Value i in the container's unit.
+    double Shown(int i) const;
     void SetOwner(CTalOperation* op) { owner_ = op; }
     virtual ~CTalDataContainer() = default;
     virtual void Serialize(CArchive& ar);
@@ -55,6 +73,7 @@ public:
     bool IsStored(int comp) const;
     int Points() const { return points_; }
     double At(int comp, int i) const;
+    double Shown(int comp, int i) const;
     void Set(int comp, int i, double v);
     //! The components follow by name; the new ones are not stored.
     void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps);

@@ -34,6 +34,9 @@ struct SimMessage {
 inline constexpr unsigned kStopBox = 0x4010;
 inline constexpr unsigned kYesNoCancel = 0x4023;
 inline constexpr unsigned kYesNo = 0x4024;
+//! With a question's buttons: its second button (No) is the default, the answer that takes no
+//! new data.
+inline constexpr unsigned kSecondButtonDefault = 0x100;
 inline constexpr int IDOK = 1;
 inline constexpr int IDCANCEL = 2;
 inline constexpr int IDYES = 6;
@@ -65,7 +68,8 @@ const char* MsgKindName(MsgKind k);
 
 //! How questions are answered so that runs are reproducible.
 enum class QuestionPolicy {
-    NoChange,  //!< the answer that changes no data: "No" to yes/no/cancel, "Yes" to yes/no
+    NoChange,  //!< the answer that changes no data: "No" to yes/no/cancel, "Yes" to yes/no unless No is
+               //!< the question's default button
     Yes,
     No,
     Cancel,

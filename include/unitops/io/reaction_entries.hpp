@@ -14,4 +14,12 @@ class CTalOperation;
 void ReadReactions(CTalOperation& op, const nlohmann::ordered_json& list, const std::string& origin,
                    const std::string& at, double batchTime);
 
+//! The "profiles" settings of an operation that records them, checked as the profiles page
+//! checks them; throws InputError naming the bad field.
+void ReadProfileSettings(CTalOperation& op, const nlohmann::ordered_json& j, const std::string& origin, const std::string& at);
+
+//! A plug-flow form in duty mode whose entry gives a heating or a cooling duty: the choice
+//! becomes the net duty the balance reads (cooling when a cooling duty above 0 is given).
+void FoldPlugFlowDutyEntry(CTalOperation& op, const nlohmann::ordered_json& spec);
+
 }  // namespace unitops

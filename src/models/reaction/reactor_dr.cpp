@@ -63,6 +63,12 @@ void CTalReactorDR::RecordData(int i, double x, int n, const double* y, unsigned
     RecordData(i, x, n, y, duty, T);
 }
 
+void CTalReactorDR::SetUnits(unsigned x, unsigned temp, unsigned duty) {
+    m_X.SetUnits(x);
+    m_Temp.SetUnits(temp);
+    m_Duty.SetUnits(duty);
+}
+
 void CTalReactorDR::Write(std::FILE* f, int form, const std::vector<std::string>& names) const {
     std::vector<const CTalDataContainer*> after;
     if (m_IsDutyStored) after.push_back(&m_Duty);

@@ -13,6 +13,17 @@
 namespace unitops {
 
 class CTalPFR;
+struct CommandMenuItem {
+    unsigned id;
+    std::string text;
+};
+//! How a profile command runs without dialogs.
+struct ProfileCommand {
+    CTalModelPP* page = nullptr;         //!< answers the question on results out of date, shows failures
+    std::function<bool()> simulate;      //!< runs the flowsheet again; true when the run worked
+    std::string path;                    //!< the file chosen to save into; empty: cancelled
+    std::FILE* view = nullptr;           //!< where the table is shown
+};
 class CTalReaction;
 class CTalReactionScheme;
 
@@ -50,6 +61,15 @@ public:
     virtual CTalReactorDR* GetDataRecorder() { return nullptr; }
     //! Stores one point of the profiles: x, the concentrations y[0..n), the duty and the temperature.
     virtual void RecordData(int i, double x, int n, double* y);
+    //! For category 2 and an operation with a recorder: the three profile commands; true then.
+    bool AppendToCommandMenu(std::vector<CommandMenuItem>& menu, int category);
+    //! Runs a profile command; false for another id, or when the command did not run to its end.
+    bool ExecuteCommand(unsigned id, const ProfileCommand& how);
+    bool SaveRecordedDataInAsciiFile(const ProfileCommand& how);
+    bool SaveRecordedDataInXlsFile(const ProfileCommand& how);
+    bool ViewRecordedDataAsTable(const ProfileCommand& how);
+    //! The names of the components, heading the recorded concentrations.
+    std::vector<std::string> ComponentNames() const;
 
     int IsRxnPhaseLiquid() const { return m_IsRxnPhaseLiquid; }
     void SetIsRxnPhaseLiquid(int v) { m_IsRxnPhaseLiquid = v; }
@@ -104,6 +124,11 @@ protected:
     void VentEmissionStep(CTalStateStream* out, double headspace, double emissionPress = 101325.0);
     //! Vessel volume, its units and the head space left by the working volume (all units).
     double Headspace() const;
+    //! The opening of the profile commands: a recorder, and results that are up to date (or the
+    //! user's choice to go on with them, or a new run).
+    bool ProfileCommandOpening(const ProfileCommand& how);
+    //! Writes the recorder's table in form 1 (ASCII) or 2 (tab-separated) into the chosen file.
+    bool SaveRecordedData(const ProfileCommand& how, int form);
 
     // The plug-flow forms: a tubular reactor, rated against a shortest residence time or sized
     // for the residence time given.

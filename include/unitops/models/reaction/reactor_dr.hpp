@@ -38,6 +38,8 @@ public:
     unsigned YConcUnits() const { return m_Conc.Units(); }
     unsigned YTempUnits() const { return m_Temp.Units(); }
     unsigned YDutyUnits() const { return m_Duty.Units(); }
+    //! The units chosen for x, the temperature and the duty (codes of RecorderUnits).
+    void SetUnits(unsigned x, unsigned temp, unsigned duty);
     const CTalDataContainer& X() const { return m_X; }
     const CTalCompDataContainer& Conc() const { return m_Conc; }
     const CTalDataContainer& Duty() const { return m_Duty; }
