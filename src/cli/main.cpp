@@ -16,6 +16,7 @@
 #include "unitops/io/database_listing.hpp"
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/io/profiles.hpp"
 #include "unitops/io/reports.hpp"
 #include "unitops/io/results_json.hpp"
 #include "unitops/io/roster_listing.hpp"
@@ -142,8 +143,15 @@ struct SimulateOptions {
     std::string file;
     std::string jsonOut;
     std::string saveOut;
+    std::string profilesDir;
     bool xls = false;
 };
+
+// The recorded profiles of the run as tables and charts in `dir`; a note on standard error.
+void WriteProfileFiles(CTalDocEss& doc, const std::string& dir) {
+    const std::vector<std::string> files = WriteProfiles(doc, dir);
+    std::fprintf(stderr, "unitops: %zu profile files written to %s\n", files.size(), dir.c_str());
+}
 
 int Simulate(const SimulateOptions& options) {
     std::unique_ptr<CTalDocEss> doc = LoadAnyFlowsheet(options.file);
@@ -159,6 +167,7 @@ int Simulate(const SimulateOptions& options) {
     std::vector<std::function<void()>> writes;
     if (!options.jsonOut.empty()) writes.push_back([&] { WriteJsonFile(options.jsonOut, ResultsToJson(*doc, &result)); });
     if (!options.saveOut.empty()) writes.push_back([&] { SaveFile(options.saveOut, *doc, result); });
+    if (!options.profilesDir.empty()) writes.push_back([&] { WriteProfileFiles(*doc, options.profilesDir); });
     written = WriteOutputs(writes) && written;
     for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
     if (!result.completed || AnyModelEndedAbnormally(*doc)) return kExitRunFailed;
@@ -166,7 +175,7 @@ int Simulate(const SimulateOptions& options) {
 }
 
 // The reports of a saved flowsheet as the run that saved it printed them; nothing is simulated.
-int Report(const std::string& file, const std::string& jsonOut, bool xls) {
+int Report(const std::string& file, const std::string& jsonOut, const std::string& profilesDir, bool xls) {
     const std::vector<std::uint8_t> bytes = ReadInput(file);
     const std::string origin = file == "-" ? "standard input" : file;
     if (!IsSavedFlowsheet(bytes)) {
@@ -176,7 +185,10 @@ int Report(const std::string& file, const std::string& jsonOut, bool xls) {
     const SimulationResult* run = saved.run ? &*saved.run : nullptr;
     WriteSimulationReport(stdout, *saved.doc, run, xls);
     bool written = StandardOutputWritten();
-    if (!jsonOut.empty()) written = WriteOutputs({[&] { WriteJsonFile(jsonOut, ResultsToJson(*saved.doc, run)); }}) && written;
+    std::vector<std::function<void()>> writes;
+    if (!jsonOut.empty()) writes.push_back([&] { WriteJsonFile(jsonOut, ResultsToJson(*saved.doc, run)); });
+    if (!profilesDir.empty()) writes.push_back([&] { WriteProfileFiles(*saved.doc, profilesDir); });
+    written = WriteOutputs(writes) && written;
     return written ? 0 : kExitBadInput;
 }
 
@@ -315,13 +327,17 @@ int main(int argc, char** argv) {
     simulate->add_option("--json", sim.jsonOut, "Write all results as JSON to this file");
     simulate->add_flag("--xls", sim.xls, "Write the equipment report tab-separated for a spreadsheet");
     simulate->add_option("--save", sim.saveOut, "Save the simulated flowsheet with its results to this file");
+    simulate->add_option("--profiles", sim.profilesDir,
+                         "Write each recorded profile to this folder: ASCII (.dat) and tab-separated (.tsv) tables, an SVG chart");
 
-    std::string reportFile, reportJson;
+    std::string reportFile, reportJson, reportProfiles;
     bool reportXls = false;
     CLI::App* report = app.add_subcommand("report", "Print the reports of a saved flowsheet without simulating it");
     report->add_option("FILE", reportFile, "Saved flowsheet; - reads standard input")->required();
     report->add_option("--json", reportJson, "Write all results as JSON to this file");
     report->add_flag("--xls", reportXls, "Write the equipment report tab-separated for a spreadsheet");
+    report->add_option("--profiles", reportProfiles,
+                       "Write each recorded profile to this folder: ASCII (.dat) and tab-separated (.tsv) tables, an SVG chart");
 
     ScheduleOptions sched;
     CLI::App* schedule = app.add_subcommand("schedule", "Simulate a batch flowsheet and print the schedule of one batch; draw it as a Gantt chart");
@@ -363,7 +379,7 @@ int main(int argc, char** argv) {
         if (*models) return Models(modelsJson);
         if (*components) return Components(componentsJson);
         if (*messages) return Messages(messageKey);
-        if (*report) return Report(reportFile, reportJson, reportXls);
+        if (*report) return Report(reportFile, reportJson, reportProfiles, reportXls);
         if (*schedule) return Schedule(sched);
         return Simulate(sim);
     } catch (const InputError& e) {

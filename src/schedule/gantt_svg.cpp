@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <map>
 
+#include "unitops/contract/svg_text.hpp"
+
 namespace unitops {
 
 namespace {
@@ -14,26 +16,8 @@ constexpr const char* kProcessColours[] = {"#1f5f99", "#2e7d32", "#a64d00", "#6a
 constexpr const char* kSetupColours[] = {"#9cc3e6", "#a5d6a7", "#f5c38f", "#ce93d8", "#80cbc4", "#e6a0a0", "#d4dc8a", "#b0bec5"};
 constexpr std::size_t kColours = sizeof kProcessColours / sizeof kProcessColours[0];
 
-std::string Escaped(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            case '\'': out += "&apos;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
-
-std::string Num(double x) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", x);
-    return text;
-}
+std::string Escaped(const std::string& text) { return SvgEscaped(text); }
+std::string Num(double x) { return SvgNumber(x); }
 
 //! A step between ticks, in hours, that puts at most 16 ticks on `hours`.
 double TickStep(double hours) {

@@ -128,14 +128,21 @@ TEST_F(PlugFlowKineticTest, OnlyTheLastReactionsHeatEntersTheEnergyBalance) {
 }
 
 // Isothermal at the feed temperature: the heat given off, 1e7 J/kmol x 1e-5 kmol/s x X, is cooled
-// away.
+// away. Along the reactor the duty per metre is the rate times the heat times the cross area:
+// 1e-4 x c_A x -1e7 x A W/m.
 TEST_F(PlugFlowKineticTest, IsothermalReactorCoolsAwayTheHeatOfReaction) {
     pfr->SetVolume(0.18);
     GiveHeat(op->m_RxnScheme[0], "A", -1e5);
+    const std::vector<int> none(5, 0);
+    op->m_Recorder.Init(5, none.data(), 21, 0, 1);
     ASSERT_EQ(op->Solve(before.get(), after.get(), 0), 1) << test::AllMessages(*op);
     const double X = 1.0 - std::exp(-1.8);
     EXPECT_NEAR(op->CoolingDuty(), 100.0 * X, 100.0 * X * 1e-3);
     EXPECT_EQ(op->HeatingDuty(), 0.0);
+    for (int i = 0; i < 21; ++i) {
+        const double expected = -1000.0 * pfr->CrossArea() * std::exp(-1.8 * i / 20.0);
+        EXPECT_NEAR(op->m_Recorder.Duty().At(i), expected, 1e-3 * std::abs(expected)) << "point " << i;
+    }
 }
 
 // A duty given for the reactor is spread along its length (per metre in the balance), whatever

@@ -143,10 +143,16 @@ void CTalPFKinRxnOp::Rhs(const KineticCoefficients& k, double* y, double* f) {
     f[N] = std::abs(C) > 1e-15 ? net / C : 0.0;
 }
 
+// The duty is that of the point itself: the right-hand side is evaluated there first (the last
+// evaluation of the integrator may lie elsewhere, or, at the inlet, not have happened yet).
 void CTalPFKinRxnOp::RecordData(int i, double x, int n, double* y) {
     const int N = NumberOfComponents();
     std::vector<double> point(y, y + n);
     point.resize(static_cast<std::size_t>(N + 1), 0.0);
+    if (m_Kinetics) {
+        std::vector<double> slope(point.size(), 0.0);
+        Rhs(*m_Kinetics, point.data(), slope.data());
+    }
     const double T = PointConcentrations(N, point.data());
     if (!IsIsothermalMode()) m_ConcBuffer[static_cast<std::size_t>(N)] = T;
     m_Recorder.RecordData(i, x, n, m_ConcBuffer.data(), 0x406, m_ExternalDuty, T);
@@ -185,7 +191,9 @@ int CTalPFKinRxnOp::PFKinBalance(const CTalStateStream* in, CTalStateStream* out
         p.n = neq;
         p.rhs = [this, &k](double, double* state, double* f) { Rhs(k, state, f); };
         p.xEnd = L;
+        m_Kinetics = &k;
         code = IntegrateRecorded(p, y.data());
+        m_Kinetics = nullptr;
     }
     if (!TakeIntegratedState(in, out, y, 1.0, code, m0)) return 0;
     if (IsDutySetMode()) {

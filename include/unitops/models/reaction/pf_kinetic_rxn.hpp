@@ -47,6 +47,9 @@ private:
     //! temperature of the point, floored at 1e-15 K.
     double PointConcentrations(int comps, double* y);
     double ReactorLength() const;
+
+    //! The scheme's coefficients while a balance integrates, for RecordData.
+    const KineticCoefficients* m_Kinetics = nullptr;
 };
 
 }  // namespace unitops
