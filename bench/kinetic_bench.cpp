@@ -13,6 +13,7 @@
 #include <sunlinsol/sunlinsol_dense.h>
 #include <sunmatrix/sunmatrix_dense.h>
 
+#include "reacting_components.hpp"
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
@@ -37,16 +38,7 @@ struct Plant {
     explicit Plant(bool batch, unsigned procedureId) : doc(std::make_unique<CTalDocEss>()) {
         doc->SetBatchMode(batch);
         doc->SetPlantBatchTime(kProcess);
-        for (const char* name : {"A", "B", "C", "D", "W"}) {
-            auto c = std::make_unique<CTalPureComponent>();
-            c->name = name;
-            c->molecularWeight = name[0] == 'W' ? 18.0 : 100.0;
-            c->liqSolDensity = 1000.0;
-            c->cpLiquid.c = {4000.0, 0, 0, 0, 0};
-            c->cpIdealGas.c = c->cpLiquid.c;
-            c->phase = NormalPhase::Liquid;
-            doc->AddComponent(std::move(c));
-        }
+        bench::AddReactingComponents(*doc);
         proc = &doc->AddProcedure(CreateProcedureFromRoster(doc.get(), "P-1", procedureId, false));
         before = std::make_unique<CTalStateStream>(doc->Comps(), proc);
         after = std::make_unique<CTalStateStream>(doc->Comps(), proc);

@@ -3,6 +3,7 @@
 // isothermal with its duties, 21 points of every profile recorded.
 #include <benchmark/benchmark.h>
 
+#include "reacting_components.hpp"
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/models/reaction/pf_kinetic_rxn.hpp"
@@ -26,16 +27,7 @@ struct Reactor {
     std::unique_ptr<CTalStateStream> before, after;
 
     explicit Reactor(bool isothermal) {
-        for (const char* name : {"A", "B", "C", "D", "W"}) {
-            auto c = std::make_unique<CTalPureComponent>();
-            c->name = name;
-            c->molecularWeight = name[0] == 'W' ? 18.0 : 100.0;
-            c->liqSolDensity = 1000.0;
-            c->cpLiquid.c = {4000.0, 0, 0, 0, 0};
-            c->cpIdealGas.c = c->cpLiquid.c;
-            c->phase = NormalPhase::Liquid;
-            doc->AddComponent(std::move(c));
-        }
+        bench::AddReactingComponents(*doc);
         proc = &doc->AddProcedure(CreateProcedureFromRoster(doc.get(), "P-1", 0xA015, false));
         proc->SetDesignMode(false);
         auto* pfr = dynamic_cast<CTalPFR*>(proc->Equipment());
