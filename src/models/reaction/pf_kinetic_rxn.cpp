@@ -104,7 +104,7 @@ double CTalPFKinRxnOp::PointConcentrations(int comps, double* y) {
     // A gas is at the operating pressure and the point's temperature. The pressure factor comes
     // on top of the one already in the inlet's total concentration, as the balance has it.
     double gas = 1.0;
-    if (!m_IsRxnPhaseLiquid && in->Press() > 1e-15) gas = m_OperPressure / in->Press() * in->Temp() / T;
+    if (!m_IsRxnPhaseLiquid && in->Press() > 1e-15) gas = m_OperPressure / in->Press() * in->Temp() / std::max(T, 1e-15);
     m_ConcBuffer.assign(static_cast<std::size_t>(comps + 1), 0.0);
     for (int i = 0; i < comps && F > 1e-15; ++i) m_ConcBuffer[static_cast<std::size_t>(i)] = m_InletTotalConc * y[i] / F * gas;
     return T;
