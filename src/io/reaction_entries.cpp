@@ -388,11 +388,11 @@ void ReadProfileSettings(CTalOperation& op, const json& j, const std::string& or
     if (bad != ProfileField::None) throw InputError(origin + ": " + key(kKeys.at(bad)), page.Issues().front().text);
 }
 
-void FoldPlugFlowDutyEntry(CTalOperation& op, const json& spec) {
+void FoldPlugFlowDutyEntry(CTalOperation& op, const json& entry) {
     auto* rxn = dynamic_cast<CTalRxnOp*>(&op);
     const bool plugFlow = dynamic_cast<CTalPFKinRxnOp*>(&op) || dynamic_cast<CTalPFStoichRxnOp*>(&op);
-    if (!plugFlow || !(spec.contains("HeatingDuty") || spec.contains("CoolingDuty"))) return;
-    FoldPlugFlowDuty(*rxn, spec.contains("CoolingDuty") && rxn->m_CoolingDuty > 0.0);
+    if (!plugFlow || !(entry.contains("HeatingDuty") || entry.contains("CoolingDuty"))) return;
+    FoldPlugFlowDuty(*rxn, entry.contains("CoolingDuty") && rxn->m_CoolingDuty > 0.0);
 }
 
 }  // namespace unitops

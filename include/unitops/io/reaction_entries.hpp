@@ -20,6 +20,6 @@ void ReadProfileSettings(CTalOperation& op, const nlohmann::ordered_json& j, con
 
 //! A plug-flow form in duty mode whose entry gives a heating or a cooling duty: the choice
 //! becomes the net duty the balance reads (cooling when a cooling duty above 0 is given).
-void FoldPlugFlowDutyEntry(CTalOperation& op, const nlohmann::ordered_json& spec);
+void FoldPlugFlowDutyEntry(CTalOperation& op, const nlohmann::ordered_json& entry);
 
 }  // namespace unitops
