@@ -48,7 +48,7 @@ const Symbol* FindSymbol(std::string_view s, double batchTime, Symbol& scratch) 
         {"\xC2\xB0" "C", 1.0, Dim(0, 0, 0, 1), 273.15},
         {"degF", 5.0 / 9.0, Dim(0, 0, 0, 1), 459.67 * 5.0 / 9.0},
         {"\xC2\xB0" "F", 5.0 / 9.0, Dim(0, 0, 0, 1), 459.67 * 5.0 / 9.0},
-        {"Pa", 1.0, Dim(1, -1, -2)},        {"kPa", 1e3, Dim(1, -1, -2)},
+        {"Pa", 1.0, Dim(1, -1, -2)},        {"cP", 1e-3, Dim(1, -1, -1)},        {"kPa", 1e3, Dim(1, -1, -2)},
         {"MPa", 1e6, Dim(1, -1, -2)},       {"bar", 1e5, Dim(1, -1, -2)},
         {"mbar", 1e2, Dim(1, -1, -2)},      {"atm", 101325.0, Dim(1, -1, -2)},
         {"psi", 6894.757293168, Dim(1, -1, -2)}, {"mmHg", 133.322387415, Dim(1, -1, -2)},
@@ -100,6 +100,8 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::ThermalConductance: return Dim(1, 2, -3, -1);
         case Quantity::HeatCapacityTotal: return Dim(1, 2, -2, -1);
         case Quantity::TemperatureRate: return Dim(0, 0, -1, 1);
+        case Quantity::Viscosity: return Dim(1, -1, -1);
+        case Quantity::Velocity: return Dim(0, 1, -1);
     }
     return kDimensionless;
 }
@@ -287,6 +289,8 @@ const char* QuantityName(Quantity q) {
         case Quantity::ThermalConductance: return "thermal conductance";
         case Quantity::HeatCapacityTotal: return "heat capacity of an item";
         case Quantity::TemperatureRate: return "rate of temperature change";
+        case Quantity::Viscosity: return "viscosity";
+        case Quantity::Velocity: return "velocity";
     }
     return "unknown";
 }

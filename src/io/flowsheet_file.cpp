@@ -29,6 +29,7 @@ constexpr std::size_t kMinIngredientBytes = 1 + 8;
 //! Files from this version on keep the flowsheet's stock mixtures after its components.
 constexpr double kMixturesSinceVersion = 6.1;
 constexpr double kRecyclesSinceVersion = 6.2;  // recycle options and loops in the run record
+constexpr double kSolventFlagSinceVersion = 6.3;  // a component's solvent flag
 constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
 constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
 constexpr std::size_t kMinOperationBytes = 2;
@@ -130,6 +131,11 @@ void TransferComponent(CArchive& ar, CTalPureComponent& c) {
     Transfer(ar, c.diffusivityInWater);
     Transfer(ar, c.particleSize);
     TransferFlag(ar, c.isBiomass, "biomass flag");
+    if (ar.IsStoring() ? ar.StoreVersionNo() >= kSolventFlagSinceVersion : ar.VersionNo() >= kSolventFlagSinceVersion) {
+        TransferFlag(ar, c.isSolvent, "solvent flag");
+    } else {
+        c.isSolvent = false;
+    }
 }
 
 void TransferMixture(CArchive& ar, CTalStockMixture& m) {

@@ -99,6 +99,8 @@ const char* SiUnit(Quantity q) {
         case Quantity::ThermalConductance: return "W/K";
         case Quantity::HeatCapacityTotal: return "J/K";
         case Quantity::TemperatureRate: return "K/s";
+        case Quantity::Viscosity: return "Pa s";
+        case Quantity::Velocity: return "m/s";
         default: return "";
     }
 }

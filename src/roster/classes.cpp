@@ -20,6 +20,9 @@
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
+#include "unitops/models/separation/centrifugation.hpp"
+#include "unitops/models/separation/membrane_filtration.hpp"
+#include "unitops/models/separation/diafiltration.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -82,6 +85,12 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // Centrifugation and membrane separations
+                 RUNTIME_CLASS(CTalCentrifugation), RUNTIME_CLASS(CTalCentrifuge), RUNTIME_CLASS(CTalDecanterCentrifuge),
+                 RUNTIME_CLASS(CTalMembraneFiltration), RUNTIME_CLASS(CTalBatchMembraneFiltration),
+                 RUNTIME_CLASS(CTalContMembraneFiltration), RUNTIME_CLASS(CTalMembraneFilter),
+                 RUNTIME_CLASS(CTalMicroFilter), RUNTIME_CLASS(CTalUltraFilter), RUNTIME_CLASS(CTalReverseOsmosisFilter),
+                 RUNTIME_CLASS(CTalDiafilter), RUNTIME_CLASS(CTalDiafiltration),
              }) {
             r.Register(c);
         }

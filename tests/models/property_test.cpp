@@ -127,6 +127,17 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         };
         for (unsigned id = 0xA092; id <= 0xA098; ++id) settings[id] = splitting("FlowFractions", false);
         for (unsigned id = 0xA0A1; id <= 0xA0A7; ++id) settings[id] = splitting("ComponentFractions", true);
+        // The centrifuge removes solids and oil by given shares, so that all three outlets carry flow.
+        settings[0xA020] = [](CTalDocEss& doc, CTalProcedure& p) {
+            CTalOperation* op = p.GetOp(0);
+            std::vector<double> solids(static_cast<std::size_t>(op->NumberOfComponents()), 0.0), oil = solids;
+            solids[static_cast<std::size_t>(doc.GetComponentIndex("Glucose"))] = 0.6;
+            solids[static_cast<std::size_t>(doc.GetComponentIndex("Sodium Chloride"))] = 0.9;
+            oil[static_cast<std::size_t>(doc.GetComponentIndex("Ethanol"))] = 0.3;
+            op->MemberRows().Find("SolidsRemoval")->set(*op, solids);
+            op->MemberRows().Find("OilRemoval")->set(*op, oil);
+            op->MemberRows().Find("DesignBasis")->set(*op, 2);
+        };
         return true;
     }();
     (void)splittingsAdded;
