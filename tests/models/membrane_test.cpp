@@ -153,6 +153,25 @@ TEST_F(MembraneTest, ChecksRefuseBadData) {
     EXPECT_TRUE(after->IsFinite());
 }
 
+// Without any solvent (no component of rejection 0) nothing fills the retentate: no share of
+// solvent is computed and every flow stays a number.
+TEST_F(MembraneTest, WithoutSolventEveryFlowStaysANumber) {
+    for (unsigned id : {0xA032u, 0xA033u}) {
+        Build(id);
+        op->m_Rejection = {0.5, 0.5, 1.0};
+        Solve();
+        EXPECT_TRUE(after->IsFinite());
+        EXPECT_TRUE(Permeate().IsFinite());
+        ExpectClosure(*before);
+    }
+    // A concentration factor of 1 sends nothing through and needs no area.
+    Build(0xA032);
+    op->m_ConcFactor = 1.0;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(Permeate().MassFlow(), 0.0, 1e-12);
+    EXPECT_NEAR(dynamic_cast<CTalMembraneFilter&>(*proc->Equipment()).m_MembraneArea, 0.0, 1e-9);
+}
+
 TEST(MembraneFilterCost, EachFilterHasItsLaw) {
     auto doc = test::MakeDoc({"Water"}, true);
     const auto baseCost = [&](unsigned procedure, double area) {
@@ -222,6 +241,19 @@ TEST_F(DiafiltrationTest, StagesAddTheirDilutionsToTheDemand) {
     EXPECT_NEAR(dia->RetainedShare(2.0, 3.0, 1.0), 1.0, 1e-15);
     // A factor of 1 with the stage on is skipped.
     EXPECT_NEAR(dia->RetainedShare(1.0, 1.0, 0.5), std::exp(-1.5), 1e-15);
+}
+
+// A solvent that is not the diluant's main one leaves as a component of rejection 1e-13.
+TEST_F(DiafiltrationTest, ASecondSolventLeavesAsAlmostUnretained) {
+    BuildDiafilter(2.0);
+    op->m_Rejection = {0.0, 0.0, 1.0};  // the solute is now a solvent, absent from the buffer
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->ComponentFlow(1), 0.002 * std::exp(-(1.0 - 1e-13) * 2.0), 1e-15);
+    // Without a diluant stream the demand has no composition to come from: reported, no NaN.
+    proc->Disconnect(buffer);
+    Solve();
+    EXPECT_TRUE(HasMessage(13120));
+    EXPECT_TRUE(after->IsFinite());
 }
 
 TEST_F(DiafiltrationTest, ChecksRefuseNegativeVolumes) {

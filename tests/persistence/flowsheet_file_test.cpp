@@ -266,6 +266,17 @@ TEST(SavedMixtures, StockMixturesAreKeptFromVersion6_1) {
     EXPECT_EQ(LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.0), "old.uof")->NumberOfMixtures(), 0);
 }
 
+TEST(SavedComponents, TheSolventFlagIsKeptFromVersion6_3) {
+    auto doc = LoadExampleFlowsheet();
+    ASSERT_GT(doc->NumberOfComponents(), 0);
+    const std::string water = (*doc->Comps())[0]->name;
+    const bool solvent = (*doc->Comps())[0]->isSolvent;
+    const auto now = LoadSavedFlowsheet(SaveFlowsheet(*doc), "now.uof");
+    EXPECT_EQ((*now->Comps())[0]->isSolvent, solvent) << water;
+    const auto old = LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.2), "old.uof");
+    for (const CTalPureComponent* c : *old->Comps()) EXPECT_FALSE(c->isSolvent) << c->name;
+}
+
 TEST(SavedMixtures, AMixtureOfAnUnknownComponentIsRefused) {
     auto doc = LoadExampleFlowsheet();
     doc->AddStockMixture(CTalStockMixture{"Odd", {{"Unobtainium", 1.0}}, 950.0});

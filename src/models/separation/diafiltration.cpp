@@ -124,7 +124,7 @@ int CTalDiafiltration::Solve(CTalStateStream* before, CTalStateStream* after, in
     const double B = DiluantDemand(after->NonGaseousVolFlow());
     CTalStream* diluantStream = InStream(0);
     CTalSModel D(*after);
-    D.Zero(false, true);
+    D.Zero(true, true);  // no composition but the diluant's own
     if (diluantStream) diluantStream->CopyDataInto(D, 1);
     const double rho = D.Density() >= 1e-15 ? D.Density() : 1000.0;
     D.SetMassFlow(B * rho);

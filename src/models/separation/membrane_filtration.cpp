@@ -410,7 +410,9 @@ double CTalMembraneFiltration::LimitConcFactor(const CTalSModel& s, double x, do
             W = least;
             Vr = W + Vn;
         }
-        const double next = Vr > 0.0 ? V0 / Vr : x;
+        // A factor below 1 would keep more than the feed holds (the solids limit cannot be met
+        // without solvent): the lowest factor is 1, where everything stays.
+        const double next = Vr > 0.0 ? std::max(V0 / Vr, 1.0) : x;
         const bool done = std::abs(next - x) <= tolerance;
         x = next;
         if (done || CTalDocEss::AbortThreadExecution()) break;
