@@ -50,7 +50,7 @@ TEST(SettlingVelocity, AGlobuleRisesByStokesLaw) {
 
 class CentrifugationTest : public ::testing::Test {
 protected:
-    void Build(bool batch = false) {
+    void Build(bool batch = false, bool foam = false) {
         doc = test::MakeDoc({}, batch);
         test::AddSimpleComponent(*doc, "Liquid", 18.0, 1000.0, 4000.0);
         CTalPureComponent& cells = test::AddSimpleComponent(*doc, "Cells", 25.0, 1100.0, 2000.0, NormalPhase::Solid);
@@ -59,6 +59,7 @@ protected:
         CTalPureComponent& oil = test::AddSimpleComponent(*doc, "Oil", 280.0, 900.0, 2000.0);
         oil.particleSize = 2e-5;
         test::AddSimpleComponent(*doc, "Salt", 58.0, 2160.0, 900.0, NormalPhase::Solid);
+        if (foam) test::AddSimpleComponent(*doc, "Foam", 30.0, 80.0, 1500.0);
         proc = &test::AddProcedure(*doc, "P-1", 0xA020);
         op = dynamic_cast<CTalCentrifugation*>(proc->GetOp(0));
         for (int port = 0; port < 3; ++port) proc->ConnectOut(port, &test::AddStream(*doc, "OUT" + std::to_string(port)));
@@ -226,6 +227,33 @@ TEST_F(CentrifugationTest, AnEmptyFeedOrALiquidDenserThanTheParticlesEndsThePass
     EXPECT_EQ(op->LastResult(), -1);
     EXPECT_TRUE(HasMessage(22865));
     for (int port = 0; port < 3; ++port) EXPECT_TRUE(proc->OutStream(port)->IsFinite());
+}
+
+// Without an oil outlet nothing is said while no oil is removed; removed oil without an outlet is
+// reported, since the balance cannot close.
+TEST_F(CentrifugationTest, AMissingOilOutletMattersOnlyWhenOilIsRemoved) {
+    Build();
+    Feed({1.0, 0.0, 0.02, 0.0});
+    proc->Disconnect(proc->OutStream(0));
+    op->m_SolidsRemoval = {0.0, 0.0, 0.0, 0.0};
+    op->m_OilRemoval = {0.0, 0.0, 0.0, 0.0};
+    EXPECT_EQ(Solve(), 1);
+    EXPECT_TRUE(op->Messages().empty());
+    op->m_OilRemoval[2] = 0.5;
+    EXPECT_EQ(Solve(), 0);
+    ASSERT_FALSE(op->Messages().empty());
+    EXPECT_EQ(op->Messages().back().text.rfind("Please attach a stream to the OIL (top) outlet port\n", 0), 0u);
+}
+
+// A component of at most 100 kg/m3 adds no volume to the solids stream but is still split.
+TEST_F(CentrifugationTest, ALightComponentIsSplitWithoutAddingVolume) {
+    Build(false, true);
+    Feed({1.0, 0.0, 0.0, 0.0, 0.01});
+    op->m_SolidsRemoval = {0.0, 0.0, 0.0, 0.0, 0.5};
+    op->m_OilRemoval = {0.0, 0.0, 0.0, 0.0, 0.0};
+    ASSERT_GE(Solve(), 0);
+    EXPECT_NEAR(proc->OutStream(2)->ComponentFlow(4), 0.005, 1e-15);
+    EXPECT_NEAR(proc->OutStream(2)->ComponentFlow(0), 0.0, 1e-15);  // no load: no liquid to make it up
 }
 
 TEST_F(CentrifugationTest, ChecksRefuseBadDataInOrder) {
