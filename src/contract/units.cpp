@@ -102,6 +102,7 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::TemperatureRate: return Dim(0, 0, -1, 1);
         case Quantity::Viscosity: return Dim(1, -1, -1);
         case Quantity::Velocity: return Dim(0, 1, -1);
+        case Quantity::VolumeFlux: return Dim(0, 1, -1);
     }
     return kDimensionless;
 }
@@ -291,6 +292,7 @@ const char* QuantityName(Quantity q) {
         case Quantity::TemperatureRate: return "rate of temperature change";
         case Quantity::Viscosity: return "viscosity";
         case Quantity::Velocity: return "velocity";
+        case Quantity::VolumeFlux: return "volume flow per area";
     }
     return "unknown";
 }

@@ -39,6 +39,7 @@ enum class Quantity : std::uint8_t {
     TemperatureRate,        //!< K/s
     Viscosity,              //!< Pa s
     Velocity,               //!< m/s; also a volume flow per area, m3/(m2 s)
+    VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
 const char* QuantityName(Quantity q);
