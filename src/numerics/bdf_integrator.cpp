@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 #include <cvode/cvode.h>
 #include <nvector/nvector_serial.h>
@@ -89,6 +91,55 @@ namespace {
 
 constexpr long kMaxStepsPerOutput = 100000;
 
+//! The first breakpoint after t, or the end of the integration when none comes before it.
+double NextStop(const IntegrationProblem& p, double t) {
+    double stop = p.stopAtEnd ? p.xEnd : DBL_MAX;
+    for (const double b : p.breakpoints) {
+        if (b > t && b < stop) stop = b;
+    }
+    return stop;
+}
+
+//! Adds the solver's counts since its last (re-)initialisation to `stats`.
+void AddCounts(void* cvode, IntegratorStats& stats) {
+    using Getter = int (*)(void*, long*);
+    const std::pair<Getter, long IntegratorStats::*> counts[] = {
+        {CVodeGetNumSteps, &IntegratorStats::steps},
+        {CVodeGetNumRhsEvals, &IntegratorStats::rhsEvaluations},
+        {CVodeGetNumJacEvals, &IntegratorStats::jacobianEvaluations},
+        {CVodeGetNumLinRhsEvals, &IntegratorStats::rhsEvaluationsForJacobian},
+        {CVodeGetNumErrTestFails, &IntegratorStats::errorTestFailures},
+        {CVodeGetNumNonlinSolvIters, &IntegratorStats::nonlinearIterations},
+    };
+    for (const auto& [get, member] : counts) {
+        long v = 0;
+        get(cvode, &v);
+        stats.*member += v;
+    }
+}
+
+//! Integrates from `from` to `to`. The stop time is always the next breakpoint, so that no internal
+//! step, not even one past an output point, crosses one. At a breakpoint the solver starts afresh
+//! from the state there: its history holds the right-hand side from before the change, and a
+//! multistep formula would carry that on (a decay that has stopped would go on decaying).
+int AdvanceTo(BdfMemory& m, const IntegrationProblem& p, double from, double to, IntegratorStats& stats) {
+    double t = from;
+    for (;;) {
+        const double stop = NextStop(p, t);
+        int flag = CVodeSetStopTime(m.cvode, stop);
+        if (flag < 0) return flag;
+        const double target = std::min(stop, to);
+        flag = CVode(m.cvode, target, m.y, &t, CV_NORMAL);
+        if (flag < 0) return flag;
+        if (t >= stop && stop < p.xEnd) {  // at a breakpoint
+            AddCounts(m.cvode, stats);
+            flag = CVodeReInit(m.cvode, t, m.y);
+            if (flag < 0) return flag;
+        }
+        if (target >= to) return flag;
+    }
+}
+
 }  // namespace
 
 int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
@@ -124,7 +175,7 @@ int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
     if (flag == CV_SUCCESS) flag = CVodeSetErrHandlerFn(m.cvode, BdfErrorText, &m);
     if (flag == CV_SUCCESS) flag = CVodeSetJacFn(m.cvode, p.jacobian ? BdfJacobian : nullptr);
     if (flag == CV_SUCCESS) flag = CVodeSetMaxNumSteps(m.cvode, kMaxStepsPerOutput);
-    if (flag == CV_SUCCESS) flag = CVodeSetStopTime(m.cvode, p.stopAtEnd ? p.xEnd : DBL_MAX);
+    if (flag == CV_SUCCESS) flag = CVodeSetStopTime(m.cvode, NextStop(p, p.xStart));
     if (flag == CV_SUCCESS) flag = CVodeSetMaxStep(m.cvode, p.maxStep > 0.0 ? p.maxStep : 0.0);
     if (flag != CV_SUCCESS) {
         if (failure_.empty()) failure_ = CVodeGetReturnFlagName(flag);
@@ -139,8 +190,7 @@ int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
     }
     while (next <= p.xEnd) {
         if (next > reached) {
-            double t = reached;
-            flag = CVode(m.cvode, next, m.y, &t, CV_NORMAL);
+            flag = AdvanceTo(m, p, reached, next, stats_);
             if (flag < 0) {
                 if (failure_.empty()) failure_ = CVodeGetReturnFlagName(flag);
                 break;
@@ -156,14 +206,7 @@ int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
         }
     }
     std::memcpy(y, state, sizeof(double) * static_cast<std::size_t>(p.n));
-    long count = 0;
-    CVodeGetNumSteps(m.cvode, &stats_.steps);
-    CVodeGetNumRhsEvals(m.cvode, &stats_.rhsEvaluations);
-    CVodeGetNumJacEvals(m.cvode, &stats_.jacobianEvaluations);
-    CVodeGetNumLinRhsEvals(m.cvode, &count);
-    stats_.rhsEvaluationsForJacobian = count;
-    CVodeGetNumErrTestFails(m.cvode, &stats_.errorTestFailures);
-    CVodeGetNumNonlinSolvIters(m.cvode, &stats_.nonlinearIterations);
+    AddCounts(m.cvode, stats_);
     m.problem = nullptr;
     return flag < 0 ? flag : 0;
 }

@@ -5,6 +5,8 @@
 #include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/separation/absorption.hpp"
+#include "unitops/models/separation/cycloning.hpp"
 #include "unitops/models/heat_flow/cooling_tower.hpp"
 #include "unitops/models/heat_flow/electric_heating.hpp"
 #include "unitops/models/heat_flow/flow_devices.hpp"
@@ -96,6 +98,10 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalContMembraneFiltration), RUNTIME_CLASS(CTalMembraneFilter),
                  RUNTIME_CLASS(CTalMicroFilter), RUNTIME_CLASS(CTalUltraFilter), RUNTIME_CLASS(CTalReverseOsmosisFilter),
                  RUNTIME_CLASS(CTalDiafilter), RUNTIME_CLASS(CTalDiafiltration),
+                 // Absorption, stripping and gas cycloning
+                 RUNTIME_CLASS(CTalAbsorption), RUNTIME_CLASS(CTalStripping), RUNTIME_CLASS(CTalAbsorber),
+                 RUNTIME_CLASS(CTalStripper), RUNTIME_CLASS(CTalCycloning), RUNTIME_CLASS(CTalGasCycloning),
+                 RUNTIME_CLASS(CTalCyclone), RUNTIME_CLASS(CTalGasCyclone),
                  // The host's cleaning skids, referred to by the cleaning and steaming operations
                  RUNTIME_CLASS(CTalIPCleaningSkid),
                  // Kinetic and equilibrium reactions

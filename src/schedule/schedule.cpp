@@ -114,9 +114,8 @@ public:
             state[root] = 1;
             while (!stack.empty()) {
                 const int node = stack.back().first;
-                const std::vector<int> deps = DependsOn(node);
-                if (stack.back().second < deps.size()) {
-                    const int d = deps[stack.back().second++];
+                if (stack.back().second < DependencyCount(node)) {
+                    const int d = Dependency(node, stack.back().second++);
                     if (state[static_cast<std::size_t>(d)] == 1) return CircleMessage(stack, d);
                     if (state[static_cast<std::size_t>(d)] == 0) {
                         state[static_cast<std::size_t>(d)] = 1;
@@ -138,6 +137,13 @@ public:
             if (setupStart_[static_cast<std::size_t>(node)] >= -kTimeTolerance) continue;
             const Anchor& a = anchors_[static_cast<std::size_t>(node)];
             std::string why = "its start relation";
+            const double setup = processStart_[static_cast<std::size_t>(node)] - setupStart_[static_cast<std::size_t>(node)];
+            if (a.kind == Anchor::With && a.shift >= 0.0 && setup > 0.0) {
+                // The shift does not pull it early: its set-up runs before the process it starts with.
+                return "operation " + NodeName(node) + " would start at " + HoursMinutes(setupStart_[static_cast<std::size_t>(node)]) +
+                       " h, before the batch starts at time zero (its set-up of " + HoursMinutes(setup) + " h runs before it starts with " +
+                       NodeName(a.node) + "); make the set-up shorter or start it later";
+            }
             if (a.kind == Anchor::With || a.kind == Anchor::After) {
                 why = std::string("starting ") + (a.kind == Anchor::With ? "with " : "after ") + NodeName(a.node) +
                       " shifted by " + HoursMinutes(a.shift);
@@ -166,6 +172,7 @@ public:
             }
             s.procedures.push_back(sp);
         }
+        s.warnings.insert(s.warnings.end(), notes_.begin(), notes_.end());
     }
 
     static std::string EquipmentName(const CTalProcedure& p) {
@@ -254,6 +261,11 @@ private:
         const int ref = r ? procIndex_.at(doc_.FindProcedure(r->refProcedure)) : -1;
         // Cycle k of the operation keys on cycle k of the reference; a cycle that the
         // reference's procedure does not have follows on as if there were no relation.
+        if (r && i == 0 && k == 0 && s.StartOf(info.proc->Name())) {
+            notes_.push_back("the start of procedure " + info.proc->Name() + " is not used: its first operation " +
+                             OpName(*info.proc->GetOp(0)) + " has a start relation of its own, with or after " + r->refProcedure + "/" +
+                             r->refOperation);
+        }
         if (r && k < procs_[static_cast<std::size_t>(ref)].cycles) {
             const ProcInfo& refInfo = procs_[static_cast<std::size_t>(ref)];
             a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After,
@@ -269,15 +281,19 @@ private:
         }
     }
 
-    std::vector<int> DependsOn(int node) const {
-        if (node < opNodes_) {
-            const Anchor& a = anchors_[static_cast<std::size_t>(node)];
-            return a.node >= 0 ? std::vector<int>{a.node} : std::vector<int>{};
-        }
+    //! How many nodes `node` hangs on: its anchor for an operation cycle, every operation cycle
+    //! of the procedure for a procedure's end. Counted, not listed, so that a step of the walk
+    //! costs the same however long the procedure is.
+    std::size_t DependencyCount(int node) const {
+        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node >= 0 ? 1 : 0;
         const ProcInfo& info = procs_[static_cast<std::size_t>(node - opNodes_)];
-        std::vector<int> all(static_cast<std::size_t>(info.ops * info.cycles));
-        for (std::size_t j = 0; j < all.size(); ++j) all[j] = info.base + static_cast<int>(j);
-        return all;
+        return static_cast<std::size_t>(info.ops) * static_cast<std::size_t>(info.cycles);
+    }
+
+    //! The j-th node that `node` hangs on.
+    int Dependency(int node, std::size_t j) const {
+        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node;
+        return procs_[static_cast<std::size_t>(node - opNodes_)].base + static_cast<int>(j);
     }
 
     void Compute(int node) {
@@ -320,11 +336,15 @@ private:
     std::map<const CTalProcedure*, int> procIndex_;
     int opNodes_ = 0;
     std::vector<Anchor> anchors_;
+    std::vector<std::string> notes_;  // relations that are given but cannot take effect
     const std::map<const CTalOperation*, std::pair<double, double>>* durations_ = nullptr;
     std::vector<double> setupStart_, processStart_, end_;
 };
 
-//! Procedures that share an item follow each other; the item is busy for the sum of their spans.
+//! Procedures that share an item follow each other. The item is held from the first start to the
+//! last end of its procedures, idle time between them included: the next batch may take the item
+//! only when this one has left it, or a use of the next batch would fall into a gap of this one
+//! and collide with a later use.
 std::string FillEquipment(BatchSchedule& s) {
     std::map<std::string, std::vector<const ScheduledProcedure*>> byItem;
     for (const ScheduledProcedure& p : s.procedures) {
@@ -342,8 +362,10 @@ std::string FillEquipment(BatchSchedule& s) {
                        " h; start one after the other ends";
             }
             e.procedures.push_back(list[i]->procedure);
-            e.busy += list[i]->end - list[i]->start;
         }
+        double lastEnd = list.front()->end;
+        for (const ScheduledProcedure* p : list) lastEnd = std::max(lastEnd, p->end);
+        e.busy = lastEnd - list.front()->start;
     }
     return "";
 }
@@ -378,6 +400,32 @@ void FillCycleAndYear(const CTalDocEss& doc, BatchSchedule& s) {
         if (!stream->Source() || stream->Destination()) continue;
         const double perBatch = stream->MassFlow() * doc.PlantBatchTime();
         s.outputs.push_back({stream->Name(), perBatch, perBatch * s.batchesPerYear});
+    }
+}
+
+//! Relations that contradict the order of the recipe: an operation pulled before the one before it
+//! in its vessel has ended, and a transfer in that starts before the transfer out feeding it.
+void WarnOfContradictions(BatchSchedule& s) {
+    for (std::size_t j = 1; j < s.operations.size(); ++j) {
+        const ScheduledOperation& before = s.operations[j - 1];
+        const ScheduledOperation& next = s.operations[j];
+        if (before.procedure != next.procedure || next.setupStart >= before.end - kTimeTolerance) continue;
+        s.warnings.push_back("operation " + OpName(*next.op) + " starts at " + HoursMinutes(next.setupStart) + " h, before " +
+                             OpName(*before.op) + " ends at " + HoursMinutes(before.end) + " h in the same equipment; " +
+                             "its start relation overlaps them");
+    }
+    for (const TransferLink& link : s.links) {
+        const ScheduledOperation* from = nullptr;
+        const ScheduledOperation* to = nullptr;
+        for (const ScheduledOperation& o : s.operations) {
+            if (o.cycle != 0) continue;
+            if (o.op == link.from) from = &o;
+            if (o.op == link.to) to = &o;
+        }
+        if (!from || !to || to->processStart >= from->processStart - kTimeTolerance) continue;
+        s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) +
+                             " h, before the transfer out " + OpName(*link.from) + " that feeds it starts at " +
+                             HoursMinutes(from->processStart) + " h");
     }
 }
 
@@ -434,6 +482,7 @@ BatchSchedule ComputeSchedule(const CTalDocEss& doc) {
     if (!s.error.empty()) return s;
     FillCycleAndYear(doc, s);
     FillLinks(s);
+    WarnOfContradictions(s);
     return s;
 }
 

@@ -140,6 +140,29 @@ TEST_F(KineticOpTest, StartAndEndCriteriaByTimeBoundTheReaction) {
     EXPECT_NEAR(after->ComponentFlow(0), 0.001 * std::exp(-kRate * 10800.0), 1e-3 * 0.001 * std::exp(-kRate * 10800.0));
 }
 
+// A 500 s window inside one 900 s recorded interval (21 points over 5 h): from 3700 s to 4200 s.
+// The integrator stops at both ends of the window, and the recorder keeps its own points.
+TEST_F(KineticOpTest, AWindowShorterThanARecordedIntervalIsNotSteppedOver) {
+    Build(true, 0xA010);
+    auto& op = Make<CTalBatchKinRxnOp>();
+    op.SetProcessTime(18000.0);
+    CTalKineticReaction& r = op.m_RxnScheme[0];
+    r.SetRateConst(1e-4);
+    CTalRxnOnOffCriteria start, end;
+    start.time = 3700.0;
+    end.time = 13800.0;
+    r.SetStartCriteria(start);
+    r.SetEndCriteria(end);
+    r.SetStartCriteriaSetByUser(1);
+    r.SetEndCriteriaSetByUser(1);
+    ASSERT_EQ(op.Solve(before.get(), after.get(), 0), 1) << AllMessages(op);
+    EXPECT_NEAR(after->ComponentFlow(0), 9.5123e-4, 1e-3 * 9.5123e-4);
+    ASSERT_EQ(op.m_Recorder.NumberOfPoints(), 21);
+    EXPECT_EQ(op.m_Recorder.X().At(4), 3600.0);
+    EXPECT_EQ(op.m_Recorder.X().At(5), 4500.0);
+    EXPECT_EQ(op.m_Recorder.X().At(20), 18000.0);
+}
+
 // The reaction stops once A is below 0.5 g/L (c_A0 = 100 g/L): the end holds A at 0.5 g/L.
 TEST_F(KineticOpTest, AnEndCriterionByConcentrationStopsTheReaction) {
     Build(true, 0xA010);
@@ -203,6 +226,31 @@ TEST_F(KineticOpTest, ContinuousFirstOrderSteadyStateIsOneOverOnePlusKTau) {
         EXPECT_NEAR(after->Temp(), 300.0, 1e-9);
         proc->RemoveOperation(&op);
     }
+}
+
+// Adiabatic with 1e5 J given off per kg of A: the 0.72/1.72 of 0.001 kg/s A that reacts gives
+// 41.86 W to a stream of 0.01 kg/s at 4000 J/(kg K) (40 W/K), so T = 300 + 2.5 * 0.72/1.72.
+// A and B have the same heat capacity, so the heat does not depend on the temperature. Through the
+// whole frame, which sizes the vessel (its volume Q tau carries the heat of the rates).
+TEST_F(KineticOpTest, ContinuousAdiabaticRisesByTheHeatOfReactionOverMCp) {
+    Build(false, 0xA012);
+    auto& op = Make<CTalContKinRxnOp>();
+    op.SetAdiabaticMode();
+    op.m_ResidenceTime = 7200.0;  // k tau = 0.72
+    CTalKineticReaction& r = op.m_RxnScheme[0];
+    r.SetEnthalpyRef(-1e5);
+    r.SetEnthalpyRefComp("A");
+    r.SetEnthalpyRefTemp(300.0);
+    proc->ConnectIn(0, &test::AddFeed(*doc, "S-1", {0.001, 0.0, 0.0, 0.009}, 300.0));
+    CTalStream& product = test::AddStream(*doc, "S-2");
+    proc->ConnectOut(0, &product);
+    ASSERT_EQ(op.Solve(before.get(), after.get(), 0), 1) << AllMessages(op);
+    EXPECT_NEAR(op.m_ResidenceTime, 7200.0, 1e-9);
+    EXPECT_NEAR(product.ComponentFlow(0), 0.001 / 1.72, 1e-9);
+    EXPECT_NEAR(product.ComponentFlow(1), 0.001 * 0.72 / 1.72, 1e-9);
+    EXPECT_NEAR(product.Temp(), 301.046512, 1e-5);
+    EXPECT_EQ(op.HeatingDuty(), 0.0);
+    EXPECT_EQ(op.CoolingDuty(), 0.0);
 }
 
 TEST_F(KineticOpTest, ContinuousSchemeOutOfMassBalanceIsScaled) {

@@ -117,6 +117,28 @@ TEST(BdfIntegrator, TheOutputSeesTheStartFirstAndTheEndExactly) {
     EXPECT_NEAR(y, 2.0 * std::exp(-k * end), 2e-5);
 }
 
+// A decay switched on for 0.5 between two output points 10 apart: the integrator stops at both
+// breakpoints and sees it, although no output point falls inside. The outputs stay at 0, 10, 20.
+TEST(BdfIntegrator, StopsAtBreakpointsBetweenOutputPoints) {
+    const double k = 0.1, on = 3.7, off = 4.2;
+    std::vector<double> xs;
+    IntegrationProblem p;
+    p.n = 1;
+    p.rhs = [&](double x, double* y, double* f) { f[0] = x >= on && x <= off ? -k * y[0] : 0.0; };
+    p.xEnd = 20.0;
+    p.relTol = 1e-6;
+    p.breakpoints = {off, on};
+    p.output = [&](double& x, const double*) {
+        xs.push_back(x);
+        x += 10.0;
+    };
+    double y = 1.0;
+    BdfIntegrator integrator;
+    ASSERT_EQ(integrator.Integrate(p, &y), 0);
+    EXPECT_EQ(xs, (std::vector<double>{0.0, 10.0, 20.0}));
+    EXPECT_NEAR(y, std::exp(-k * (off - on)), 1e-5);
+}
+
 TEST(BdfIntegrator, KeepsItsMemoryForProblemsOfOneSize) {
     BdfIntegrator integrator;
     IntegrationProblem p;
@@ -130,7 +152,8 @@ TEST(BdfIntegrator, KeepsItsMemoryForProblemsOfOneSize) {
         EXPECT_NEAR(y[0] + y[1], 1.0, 1e-6);
     }
     EXPECT_EQ(integrator.Creations(), 1);
-    p.n = 1;
+    p.n = 1;  // a problem of another size, with a right-hand side of that size
+    p.rhs = [](double, double* y1, double* f) { f[0] = -y1[0]; };
     double y = 1.0;
     ASSERT_EQ(integrator.Integrate(p, &y), 0);
     EXPECT_EQ(integrator.Creations(), 2);

@@ -1,12 +1,17 @@
 // Reaction operations carry their scheme of reactions through the archive and through copies.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
 #include "archive_harness.hpp"
 #include "support/test_flowsheet.hpp"
 #include "unitops/io/flowsheet_file.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
 #include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/roster/roster.hpp"
 
 namespace unitops {
 namespace {
@@ -106,7 +111,6 @@ TEST(ReactionRoundTrip, KineticReactionsTravelWithTheirCriteriaAndTheRecorder) {
         EXPECT_EQ(q.IsEndCriteriaSetByUser(), 1);
         EXPECT_EQ(q.IsStartCriteriaSetByUser(), 0);
         EXPECT_TRUE(q.EndCriteria() == end);
-        EXPECT_EQ(o->m_IntegrationSteps, 77);
         EXPECT_EQ(o->m_Recorder.NumberOfPoints(), 5);
         EXPECT_EQ(o->m_Recorder.X().At(4), 7200.0);
         EXPECT_EQ(o->m_Recorder.Conc().At(2, 4), 3.0);
@@ -114,6 +118,37 @@ TEST(ReactionRoundTrip, KineticReactionsTravelWithTheirCriteriaAndTheRecorder) {
         EXPECT_EQ(o->m_Recorder.Temp().At(4), 310.0);
         EXPECT_EQ(o->m_Recorder.Duty().At(4), -12.0);
     }
+}
+
+// A batch kinetic operation is saved as the reaction operation with its scheme, then the recorder:
+// the integrator's counts of the last run are not in the file.
+TEST(ReactionRoundTrip, BatchKineticBytesAreTheReactionOperationThenTheRecorder) {
+    auto doc = test::MakeDoc({"Water", "Ethanol", "Glucose"}, true);
+    CTalProcedure* proc = &test::AddProcedure(*doc, "P-1", 0xA010, false);
+    auto made = CTalOperation::Create<CTalBatchKinRxnOp>(proc);
+    CTalBatchKinRxnOp& op = *made;
+    proc->AddOperation(std::move(made));
+    op.m_RxnScheme[0].SetStoichCoeff(2, -1.0);
+    op.m_RxnScheme[0].SetStoichCoeff(1, 1.0);
+    const std::vector<std::uint8_t> whole = test::WriteAsVersion(op, kFlowsheetFormatVersion, *proc);
+
+    CArchive parts;
+    parts.StoreAsVersion(kFlowsheetFormatVersion);
+    parts.SetComponents(doc->Comps());
+    op.CTalRxnOp::Serialize(parts);
+    op.m_Recorder.Serialize(parts);
+    const std::vector<std::uint8_t>& expected = parts.Bytes();
+    ASSERT_GT(whole.size(), expected.size());
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), whole.end() - static_cast<std::ptrdiff_t>(expected.size())))
+        << "the object's bytes do not end with the reaction operation followed by the recorder";
+
+    op.m_IntegrationSteps = 77;
+    op.m_RhsEvaluations = 500;
+    op.m_JacobianEvaluations = 9;
+    EXPECT_EQ(test::WriteAsVersion(op, kFlowsheetFormatVersion, *proc), whole);
+    const std::unique_ptr<CObject> back = test::ReadAsVersion(whole, kFlowsheetFormatVersion, *proc, RosterClasses());
+    ASSERT_TRUE(back);
+    EXPECT_EQ(dynamic_cast<const CTalBatchKinRxnOp&>(*back).m_IntegrationSteps, 0);
 }
 
 TEST(ReactionRoundTrip, EquilibriumReactionsTravelWithTheirConstants) {

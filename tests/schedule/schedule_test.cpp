@@ -131,13 +131,28 @@ TEST(BatchSchedule, ProceduresOnOneItemFollowEachOtherAndAddUp) {
     ASSERT_TRUE(Simulator(*doc).Run().completed);
     const BatchSchedule s = ComputeSchedule(*doc);
     ASSERT_TRUE(s.Ok()) << s.error;
-    // P-1 holds 30 min, P-2 starts 5 min after it ends and holds 1 h: the item is busy 90 min.
+    // P-1 holds 30 min, P-2 starts 5 min after it ends and holds 1 h: the item is held from 0 to
+    // 95 min. After only 90 min the next batch's P-1 (90-120) would meet this batch's P-2 (35-95).
     ExpectTimes(s, "P-2", "HOLD-1", 35, 35, 95);
     ASSERT_EQ(s.equipment.size(), 1u);
     EXPECT_EQ(s.equipment[0].procedures.size(), 2u);
-    EXPECT_NEAR(s.equipment[0].busy / kMin, 90, 1e-9);
+    EXPECT_NEAR(s.equipment[0].busy / kMin, 95, 1e-9);
     EXPECT_NEAR(s.batchTime / kMin, 95, 1e-9);
-    EXPECT_NEAR(s.minimumCycleTime / kMin, 90, 1e-9);
+    EXPECT_NEAR(s.minimumCycleTime / kMin, 95, 1e-9);
+}
+
+TEST(BatchSchedule, IdleTimeBetweenProceduresOnOneItemCountsInTheCycleTime) {
+    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "305 min"})"), "gap");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // By hand: P-1 holds V-101 0-30 min, P-2 335-395 min. A cycle of 1:30 h (the spans summed)
+    // would put the fifth batch's P-1 at 360-390, inside this batch's P-2; held from first start
+    // to last end, the item is busy 395 min = 6:35 h.
+    ExpectTimes(s, "P-2", "HOLD-1", 335, 335, 395);
+    EXPECT_NEAR(s.minimumCycleTime / kMin, 395, 1e-9);
+    EXPECT_EQ(HoursMinutes(s.minimumCycleTime), "6:35");
+    EXPECT_EQ(s.bottleneck, "V-101");
 }
 
 TEST(BatchSchedule, ProceduresThatOverlapOnOneItemAreRefused) {
@@ -206,6 +221,68 @@ TEST(StartRelations, ANegativeShiftBeforeTimeZeroIsRefused) {
     EXPECT_EQ(s.error,
               "operation P-2/TRANSFER-IN-1 would start at -0:10 h, before the batch starts at time zero (starting with "
               "P-1/TRANSFER-OUT-1 shifted by -0:30); make the shift smaller or start it later");
+}
+
+TEST(StartRelations, ASetUpBeforeTimeZeroIsBlamedNotTheShift) {
+    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "set-up");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    // The transfer in starts with the transfer out at 20 min; a 30 min set-up puts it at -10 min.
+    doc->FindProcedure("P-2")->GetOp(0)->SetSetupTime(30 * kMin);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    EXPECT_EQ(s.error,
+              "operation P-2/TRANSFER-IN-1 would start at -0:10 h, before the batch starts at time zero (its set-up of 0:30 h "
+              "runs before it starts with P-1/TRANSFER-OUT-1); make the set-up shorter or start it later");
+}
+
+bool HasWarning(const BatchSchedule& s, const std::string& text) {
+    for (const std::string& w : s.warnings) {
+        if (w == text) return true;
+    }
+    return false;
+}
+
+std::string Warnings(const BatchSchedule& s) {
+    std::string all;
+    for (const std::string& w : s.warnings) all += w + "\n";
+    return all;
+}
+
+TEST(StartRelations, ATransferInBeforeItsTransferOutIsReported) {
+    auto doc = LoadFlowsheet(TwoVesselRecipe("-10 min"), "early in");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    EXPECT_TRUE(HasWarning(s, "transfer in P-2/TRANSFER-IN-1 starts at 0:10 h, before the transfer out P-1/TRANSFER-OUT-1 "
+                              "that feeds it starts at 0:20 h"))
+        << Warnings(s);
+    // In step, nothing is reported.
+    auto inStep = LoadFlowsheet(TwoVesselRecipe("0 min"), "in step");
+    ASSERT_TRUE(Simulator(*inStep).Run().completed);
+    EXPECT_TRUE(ComputeSchedule(*inStep).warnings.empty()) << Warnings(ComputeSchedule(*inStep));
+}
+
+TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsReported) {
+    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "overlap");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    // The reaction starts with the transfer in (20 min) instead of after it (50 min).
+    doc->schedule.operations.push_back({"P-2", "REACT", StartRelation::Anchor::With, "P-2", "TRANSFER-IN-1", 0.0});
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    EXPECT_TRUE(HasWarning(s, "operation P-2/REACT starts at 0:20 h, before P-2/TRANSFER-IN-1 ends at 0:50 h in the same "
+                              "equipment; its start relation overlaps them"))
+        << Warnings(s);
+}
+
+TEST(StartRelations, AProcedureStartOverriddenByItsFirstOperationIsReported) {
+    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "override");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    doc->schedule.operations.push_back({"P-2", "HOLD-1", StartRelation::Anchor::After, "P-1", "HOLD-1", 10 * kMin});
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    ExpectTimes(s, "P-2", "HOLD-1", 40, 40, 100);  // the operation's own relation holds
+    EXPECT_TRUE(HasWarning(s, "the start of procedure P-2 is not used: its first operation P-2/HOLD-1 has a start relation "
+                              "of its own, with or after P-1/HOLD-1"))
+        << Warnings(s);
 }
 
 TEST(StartRelations, CircularMastersAreRefusedNotFollowedForever) {

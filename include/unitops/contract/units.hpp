@@ -38,7 +38,8 @@ enum class Quantity : std::uint8_t {
     HeatCapacityTotal,      //!< J/K, of a whole item
     TemperatureRate,        //!< K/s
     Viscosity,              //!< Pa s
-    Velocity,               //!< m/s; also a volume flow per area, m3/(m2 s)
+    SurfaceTension,         //!< N/m
+    Velocity,               //!< m/s
     VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
@@ -78,9 +79,11 @@ inline constexpr DisplayUnit kKcalPerHourM2DegC{"kcal/(h m2 degC)", 1.0 / 1.1622
 inline constexpr DisplayUnit kKcalPerHourDegC{"kcal/(h degC)", 1.0 / 1.162222, 0.0};
 inline constexpr DisplayUnit kKcalPerDegC{"kcal/degC", 1.0 / 4184.0, 0.0};
 inline constexpr DisplayUnit kDegCPerMin{"degC/min", 60.0, 0.0};
-inline constexpr DisplayUnit kMicron{"um", 1.0e6, 0.0};
-inline constexpr DisplayUnit kGramPerLitre{"g/L", 1.0, 0.0};
 inline constexpr DisplayUnit kCentipoise{"cP", 1000.0, 0.0};
+inline constexpr DisplayUnit kDynPerCm{"dyn/cm", 1000.0, 0.0};
+inline constexpr DisplayUnit kMicron{"microns", 1.0e6, 0.0};
+inline constexpr DisplayUnit kCubicMetrePerHour{"m3/h", 3600.0, 0.0};
+inline constexpr DisplayUnit kGramPerLitre{"g/L", 1.0, 0.0};
 inline constexpr DisplayUnit kLitrePerM2Hour{"L/(m2 h)", 3.6e6, 0.0};
 }  // namespace display
 

@@ -52,9 +52,13 @@ struct IntegrationProblem {
     std::vector<double> absTol;
     //! Never step past xEnd (the right-hand side is then not called beyond it).
     bool stopAtEnd = true;
-    //! The longest step, 0 for none: a right-hand side that switches terms on and off in x
-    //! (a reaction that starts or ends at a time) is then not stepped over.
+    //! The longest step, 0 for none.
     double maxStep = 0.0;
+    //! Points in (xStart, xEnd) where the right-hand side switches terms on or off (a reaction
+    //! that starts or ends at a known time). The integrator stops exactly at each one before it
+    //! goes on afresh from there (its history is of the right-hand side before the change), so
+    //! that a change between two output points is never stepped over.
+    std::vector<double> breakpoints;
 };
 
 //! The absolute tolerance when the problem gives none: small against concentrations in kmol/m3.

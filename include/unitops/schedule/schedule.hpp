@@ -35,7 +35,7 @@ struct ScheduledProcedure {
 struct EquipmentOccupancy {
     std::string name;
     std::vector<const CTalProcedure*> procedures;
-    double busy = 0.0;  //!< s per batch: the sum of its procedures' spans
+    double busy = 0.0;  //!< s per batch: from the first start to the last end of its procedures
 };
 
 //! A transfer out and the operation of the receiving procedure that takes the same stream.

@@ -111,9 +111,10 @@ void CTalEquilRxnOp::StepBack(const std::vector<double>& nu, std::vector<double>
     }
 }
 
-// The solver works on the extents as concentrations (kmol/m3) and on the temperature as its
-// change from T0, so that its steps and its tolerance weigh both alike; the equations are those
-// of Residual, on the extents in kmol/s and the temperature in K.
+// The solver works on the extents as concentrations (extent / V, kmol/m3) and on the temperature
+// as its change from T0, so that its steps and its tolerance weigh both alike; the equations are
+// those of Residual, on the extents in kmol/s and the temperature in K. The solver scales the
+// variables itself and starts with a step bound of kEquilibriumStepBound (docs/reactions.md).
 int CTalEquilRxnOp::SolveScaled(const std::vector<double>& nu, double V, double T0, std::vector<double>& x,
                                 std::vector<double>& fvec) const {
     const int R = NumberOfReactions();
@@ -162,7 +163,9 @@ int CTalEquilRxnOp::EquilBalance(const CTalStateStream* in, CTalStateStream* out
         for (int j = 0; j < R; ++j) x[static_cast<std::size_t>(j)] = 0.0;
         // A solve that stops short of the equilibrium (a constant far to one side makes the
         // equations badly scaled) is taken as a stage too: half of it is kept and the next pass
-        // goes on from there.
+        // goes on from there. The solver's code is read rather than left to the depletion test,
+        // so a solve that never gets anywhere (nothing reacts, nothing runs out) ends with 1024
+        // when the passes are spent instead of passing the unreacted feed off as the equilibrium.
         const int code = SolveScaled(nu, V, T0, x, fvec);
         unfinished = code != 0;
         for (int i = 0; i < N; ++i) {

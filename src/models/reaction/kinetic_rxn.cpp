@@ -12,10 +12,11 @@ const MemberTable& CTalKinRxnOp::Members() {
     using namespace members;
     using C = CTalKinRxnOp;
     static const MemberTable table(CTalRxnOp::Members(), {
-        // The last run's counts, which the reports show.
-        Int("IntegrationSteps", &C::m_IntegrationSteps).Result(),
-        Int("RhsEvaluations", &C::m_RhsEvaluations).Result(),
-        Int("JacobianEvaluations", &C::m_JacobianEvaluations).Result(),
+        // The last run's counts, shown in the machine-readable results. They are not saved: the
+        // saved layout is the base, the scheme and (batch) the recorder, nothing between.
+        Int("IntegrationSteps", &C::m_IntegrationSteps, Persist::None).Result(),
+        Int("RhsEvaluations", &C::m_RhsEvaluations, Persist::None).Result(),
+        Int("JacobianEvaluations", &C::m_JacobianEvaluations, Persist::None).Result(),
     });
     return table;
 }
@@ -53,14 +54,9 @@ void CTalKinRxnOp::InitSimModelParams() {
     m_RxnScheme.Add(std::make_unique<CTalKineticReaction>(this, 1, "Reaction #1"));
 }
 
-int CTalKinRxnOp::WriteIDR_Description(std::FILE* f) {
-    CTalRxnOp::WriteIDR_Description(f);
-    if (IsCyclical()) {
-        std::fprintf(f, "Integrator: %d steps, %d right-hand side and %d Jacobian evaluations\n", m_IntegrationSteps,
-                     m_RhsEvaluations, m_JacobianEvaluations);
-    }
-    return 1;
-}
+// The integrator's counts are not saved, so the text report leaves them out: a report printed
+// from a loaded file is the report the run printed. They appear in the JSON results.
+int CTalKinRxnOp::WriteIDR_Description(std::FILE* f) { return CTalRxnOp::WriteIDR_Description(f); }
 
 KineticCoefficients CTalKinRxnOp::Coefficients() const {
     KineticCoefficients k;
@@ -200,6 +196,18 @@ void CTalBatchKinRxnOp::Rhs(const KineticCoefficients& k, double t, double* y, d
     f[N] = std::abs(C) > 1e-15 ? net / C : 0.0;
 }
 
+// The times at which a reaction starts or ends by a time criterion: the integrator stops at each
+// so that a window of any length, even one inside a recorded interval, is not stepped over.
+std::vector<double> CTalBatchKinRxnOp::TimeCriteriaSwitches(double end) const {
+    std::vector<double> times;
+    for (int j = 0; j < m_RxnScheme.NumberOfReactions(); ++j) {
+        const CTalKineticReaction& r = m_RxnScheme[j];
+        if (r.IsStartCriteriaSetByUser() && r.StartCriteria().IsTimeBased) times.push_back(r.StartCriteria().time);
+        if (r.IsEndCriteriaSetByUser() && r.EndCriteria().IsTimeBased) times.push_back(end - r.EndCriteria().time);
+    }
+    return times;
+}
+
 int CTalBatchKinRxnOp::BatchKinBalance(const CTalStateStream* in, CTalStateStream* out, double headspace) {
     const bool ventOK = SolverPrologue(in, out);
     const KineticCoefficients k = Coefficients();
@@ -238,7 +246,8 @@ int CTalBatchKinRxnOp::BatchKinBalance(const CTalStateStream* in, CTalStateStrea
     };
     p.xEnd = end;
     p.relTol = kIntegrationTolerance;
-    p.maxStep = step;  // start and end criteria switch rates within the process
+    p.maxStep = step;  // no step longer than one recorded interval
+    p.breakpoints = TimeCriteriaSwitches(end);
     numerics::StiffIntegrator& integrator = *numerics::CurrentSolvers().integrator;
     const int code = integrator.Integrate(p, y.data());
     m_IntegrationSteps = static_cast<int>(integrator.Stats().steps);
@@ -310,7 +319,8 @@ bool CTalContKinRxnOp::SolveIsBad(const KineticCoefficients& k, const std::vecto
         numerics::DefaultXTolerance(), numerics::kDefaultStepBound);
     if (code != 0) return true;
     // A component that is not there comes out as 0 give or take the rounding of the largest
-    // concentration (water alone is 55 kmol/m3): only a value below that is negative.
+    // concentration (water alone is 55 kmol/m3): only a value below -1e-15 times the largest feed
+    // concentration (at least 1 kmol/m3) counts as negative, not any value below 0.
     double largest = 1.0;
     for (double v : start) largest = std::max(largest, std::abs(v));
     for (double v : x) {

@@ -50,7 +50,7 @@ const MemberTable& CTalMembraneFiltration::Members() {
         Real("MaxSolidsInRetentate", &C::m_MaxSolidsInRetentate, Quantity::Concentration, display::kGramPerLitre),
         Real("ExitTemp", &C::m_ExitTemp, Quantity::Temperature, display::kDegC),
         Word("IsExitTempSetByUser", &C::m_IsExitTempSetByUser).Choices(0, 1).Since(kExitTempFlagSince, 1),
-        Real("FiltrateFlux", &C::m_FiltrateFlux, Quantity::Velocity, display::kLitrePerM2Hour),
+        Real("FiltrateFlux", &C::m_FiltrateFlux, Quantity::VolumeFlux, display::kLitrePerM2Hour),
         Real("Denaturation", &C::m_Denaturation, Quantity::Fraction, display::kPercent),
         Text("ActiveProduct", &C::m_ActiveProduct),
         Text("DenaturedProduct", &C::m_DenaturedProduct),

@@ -74,6 +74,7 @@ public:
 
     //! Concentrations (and temperature) over the process time, with the time axis.
     int BatchKinBalance(const CTalStateStream* in, CTalStateStream* out, double headspace);
+    std::vector<double> TimeCriteriaSwitches(double end) const;
 
     CTalReactorDR m_Recorder;
 

@@ -140,7 +140,7 @@ public:
     double m_MaxSolidsInRetentate = 600.0;  //!< kg/m3
     double m_ExitTemp = 298.15;             //!< K
     int m_IsExitTempSetByUser = 0;
-    double m_FiltrateFlux = 20.0 / 3.6e6;   //!< m/s (20 L/(m2 h))
+    double m_FiltrateFlux = 20.0 / 3.6e6;   //!< m3/(m2 s) (20 L/(m2 h))
     double m_Denaturation = 0.05;
     std::string m_ActiveProduct = "(none)";
     std::string m_DenaturedProduct = "(none)";
