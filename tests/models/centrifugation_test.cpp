@@ -95,7 +95,8 @@ TEST_F(CentrifugationTest, DesignSizesOnTheSigmaFactorAndAddsUnits) {
     ASSERT_EQ(Solve(), 1);
     const double v = 1e-12 * 30.0 * 9.81 / 0.027 * 0.3;
     const double S = (1.0 / 3600.0) / v;
-    EXPECT_NEAR(S, 84950.0, 10.0);  // the figure of the reading notes
+    // 2.7778e-4 m3/s over 3.27e-9 m/s: 84947 m2 in all, shared by five machines.
+    EXPECT_NEAR(Machine().NumberOfUnits() * Machine().SigmaFactor(), 84947.0, 1.0);
     EXPECT_EQ(Machine().NumberOfUnits(), 5);
     EXPECT_NEAR(Machine().SigmaFactor(), S / 5.0, 1e-9 * S);
     EXPECT_NEAR(op->m_VolThroughput, 1.0 / 3600.0 / 5.0, 1e-15);
@@ -273,6 +274,38 @@ TEST_F(CentrifugationTest, ChecksRefuseBadDataInOrder) {
     op->m_GlobuleDiameter = 0.0;
     op->m_DesignBasis = CTalCentrifugation::kOilRemoval;
     EXPECT_EQ(test::FirstRefusal(*op), "The design Globule Diameter must be positive.");
+}
+
+// Reports run in display units: the rated throughput is already in L/min, the removals given
+// per component are printed in percent and the time in the unit it is shown in.
+TEST_F(CentrifugationTest, ReportsShowDisplayUnitsOnce) {
+    Build(true);
+    CTalCentrifuge& c = Machine();
+    c.m_SizingBasedOnThroughput = 1;
+    c.m_RatedThroughput = 6.58 / 60000.0;
+    c.ConvertToDisplayUnits();
+    const std::string eer = test::Capture([&](std::FILE* f) { c.WriteEER_Description(f); });
+    const std::string xls = test::Capture([&](std::FILE* f) { c.WriteEER_Description_XLS(f); });
+    c.ConvertToInternalUnits();
+    EXPECT_EQ(eer, std::string(17, ' ') + " Rated Throughput = 6.58 L/min\n\n");
+    EXPECT_EQ(xls, "\t\t Rated Throughput = 6.58 L/min\n\n");
+
+    op->m_IsRemovalSetByUser = 1;
+    op->m_SolidsRemoval = {0.0, 0.9, 0.0, 0.25};
+    op->m_OilRemoval = {0.0, 0.0, 0.3, 0.0};
+    op->SetProcessTimeMode(1);
+    op->m_ProcessTime = 7200.0;
+    std::string internal, shown;
+    op->GetCustomDescription(internal);
+    op->ConvertToDisplayUnits();
+    op->GetCustomDescription(shown);
+    const std::string idr = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->ConvertToInternalUnits();
+    EXPECT_EQ(internal, "Centrifuge for 2.0 h to remove solids");
+    EXPECT_EQ(shown, internal);
+    EXPECT_NE(idr.find(" Cells                 0.000       90.000 \n"), std::string::npos) << idr;
+    EXPECT_NE(idr.find(" Oil                  30.000        0.000 \n"), std::string::npos) << idr;
+    EXPECT_NE(idr.find(" Salt                  0.000       25.000 \n"), std::string::npos) << idr;
 }
 
 TEST(DecanterCentrifugeCost, TheFloorOfFiveGivesTheBaseCost) {

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/message_table.hpp"
 #include "unitops/models/separation/diafiltration.hpp"
 #include "unitops/models/separation/membrane_filtration.hpp"
 
@@ -153,6 +154,57 @@ TEST_F(MembraneTest, ChecksRefuseBadData) {
     EXPECT_TRUE(after->IsFinite());
 }
 
+// A concentration step ends the check of the operating conditions (and of group 0) with its
+// question about a factor of 1; the cost and utilities groups still reach their own checks.
+TEST_F(MembraneTest, CostAndUtilitiesGroupsAreCheckedOnTheirOwn) {
+    Build(0xA032);
+    op->m_MembraneUnitCost = -5.0;
+    EXPECT_EQ(test::FirstRefusal(*op, 14), "Membrane Unit Cost 1601");
+    EXPECT_EQ(test::FirstRefusal(*op, 0), "accepted");
+    op->m_MembraneUnitCost = 200.0;
+    op->m_IsExitTempSetByUser = 1;
+    op->m_ExitTemp = 100.0;
+    EXPECT_NE(test::FirstRefusal(*op, 20).find(MessageText(42)), std::string::npos) << test::FirstRefusal(*op, 20);
+    op->m_ExitTemp = 290.0;
+    EXPECT_EQ(test::FirstRefusal(*op, 20), "accepted");
+    // The question about a factor of 1 belongs to the operating conditions only.
+    op->m_ConcFactor = 1.0;
+    for (const auto& [group, questions] : {std::pair{14, 0u}, std::pair{20, 0u}, std::pair{2, 1u}, std::pair{0, 1u}}) {
+        ValidationSink sink;
+        EXPECT_EQ(op->IsSimDataComplete(group, &sink, false, 1), 1) << group;
+        EXPECT_EQ(sink.Questions().size(), questions) << group;
+    }
+}
+
+// Reports run in display units: times in hours, rejections in percent, the exit temperature only
+// when the user holds it.
+TEST_F(MembraneTest, ReportShowsHoursPercentAndTheHeldExitTemperature) {
+    Build(0xA032);
+    op->m_SetupTime = 1800.0;
+    std::string text;
+    op->GetCustomDescription(text);
+    EXPECT_EQ(text, "Filter for 4.00 h, to a concentration factor of 5.00");
+    op->ConvertToDisplayUnits();
+    op->GetCustomDescription(text);
+    const std::string lines = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->ConvertToInternalUnits();
+    EXPECT_EQ(text, "Filter for 4.00 h, to a concentration factor of 5.00");
+    EXPECT_NE(lines.find("Setup Time        = 0.500           h\n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("Filtration Time        = 4.000           h\n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("Average Filtrate Flux  = 20.000          L/m2-h\n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find(" Solute                    50.00 \n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find(" Protein                  100.00 \n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("The Exit Temperature is calculated from the energy balances.\n"), std::string::npos);
+    EXPECT_EQ(lines.find("Exit Temperature     ="), std::string::npos) << lines;
+    op->m_IsExitTempSetByUser = 1;
+    op->m_ExitTemp = 277.15;
+    op->ConvertToDisplayUnits();
+    const std::string held = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->ConvertToInternalUnits();
+    EXPECT_NE(held.find("The Exit Temperature is set by the user.\nExit Temperature     = 4.00 "), std::string::npos)
+        << held;
+}
+
 // Without any solvent (no component of rejection 0) nothing fills the retentate: no share of
 // solvent is computed and every flow stays a number.
 TEST_F(MembraneTest, WithoutSolventEveryFlowStaysANumber) {
@@ -254,6 +306,51 @@ TEST_F(DiafiltrationTest, ASecondSolventLeavesAsAlmostUnretained) {
     Solve();
     EXPECT_TRUE(HasMessage(13120));
     EXPECT_TRUE(after->IsFinite());
+}
+
+// A diluant without solvent has no main solvent: every solvent of the batch leaves as a component
+// of rejection 1e-13, none is kept whole.
+TEST_F(DiafiltrationTest, ADiluantWithoutSolventWashesEverySolventOut) {
+    BuildDiafilter(2.0);
+    buffer->SetComponentFlow(0, 0.0);
+    buffer->SetComponentFlow(2, 1.0);
+    buffer->KeepAsDefinition();
+    op->m_Rejection = {0.0, 0.0, 1.0};
+    ASSERT_EQ(Solve(), 1);
+    const double share = std::exp(-(1.0 - 1e-13) * 2.0);  // about 0.135
+    EXPECT_NEAR(after->ComponentFlow(0), 1.0 * share, 1e-12);
+    EXPECT_NEAR(after->ComponentFlow(1), 0.002 * share, 1e-15);
+    EXPECT_TRUE(after->IsFinite());
+    EXPECT_TRUE(Permeate(1).IsFinite());
+}
+
+TEST_F(DiafiltrationTest, DescriptionAndReportInDisplayUnits) {
+    BuildDiafilter(3.0);
+    dia->ConvertToDisplayUnits();
+    std::string text;
+    dia->GetCustomDescription(text);
+    const std::string lines = test::Capture([&](std::FILE* f) { dia->WriteIDR_Description(f); });
+    dia->ConvertToInternalUnits();
+    EXPECT_EQ(text, "Diafilter 3.00 volumes for 4.00 h");
+    EXPECT_NE(lines.find("Filtration Time        = 4.000           h\n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("Exit Temperature\t  = 25.00 "), std::string::npos) << lines;  // always, in degC
+}
+
+// The post-concentration demand divides by the pre-concentration factor even with that stage
+// off: a factor below 1 is refused, and a pass that meets one anyway ends without an infinite bid.
+TEST_F(DiafiltrationTest, APreFactorBelowOneIsRefusedWhereTheDemandUsesIt) {
+    BuildDiafilter(3.0);
+    dia->m_PreConcFactor = 0.0;
+    EXPECT_EQ(test::FirstRefusal(*op), "accepted");  // not used: post-concentration is off
+    dia->m_HasPostConcentration = 1;
+    dia->m_PostStages = 2.0;
+    EXPECT_EQ(test::FirstRefusal(*op), "PreDiafiltration Concentration Factor 1602");
+    Solve();
+    EXPECT_EQ(op->LastResult(), -1);
+    EXPECT_TRUE(std::isfinite(buffer->BPGFlowBid()));
+    EXPECT_TRUE(after->IsFinite());
+    dia->m_PostStages = 1.0;  // a single post stage adds no dilution and needs no pre-factor
+    EXPECT_EQ(test::FirstRefusal(*op), "accepted");
 }
 
 TEST_F(DiafiltrationTest, ChecksRefuseNegativeVolumes) {

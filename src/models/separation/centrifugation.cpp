@@ -181,7 +181,7 @@ int CTalCentrifuge::IsSimDataComplete(int group, CTalEquipmentPP* page, int flag
 
 void CTalCentrifuge::WriteEER_Description(std::FILE* f, int) {
     if (m_SizingBasedOnThroughput) {
-        std::fprintf(f, "%17s Rated Throughput = %-.2lf L/min\n\n", "", m_RatedThroughput * 60000.0);
+        std::fprintf(f, "%17s Rated Throughput = %-.2lf L/min\n\n", "", m_RatedThroughput);
     } else {
         std::fprintf(f, "%17s Sigma Factor = %-.2lf m^2\n\n", "", m_SigmaFactor);
     }
@@ -189,7 +189,7 @@ void CTalCentrifuge::WriteEER_Description(std::FILE* f, int) {
 
 void CTalCentrifuge::WriteEER_Description_XLS(std::FILE* f, int) {
     if (m_SizingBasedOnThroughput) {
-        std::fprintf(f, "\t\t Rated Throughput = %-.2lf L/min\n\n", m_RatedThroughput * 60000.0);
+        std::fprintf(f, "\t\t Rated Throughput = %-.2lf L/min\n\n", m_RatedThroughput);
     } else {
         std::fprintf(f, "\t\t Sigma Factor = %-.2lf m^2\n\n", m_SigmaFactor);
     }
@@ -656,7 +656,8 @@ int CTalCentrifugation::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Component Name     Oil Removal %% Solids Removal %%\n");
         for (std::size_t i = 0; i < Count() && i < m_OilRemoval.size() && i < m_SolidsRemoval.size(); ++i) {
             const CTalPureComponent* pc = GetPureComponent(static_cast<int>(i));
-            std::fprintf(f, " %-15s %11.3lf  %11.3lf \n", pc ? pc->Name().c_str() : "", m_OilRemoval[i], m_SolidsRemoval[i]);
+            std::fprintf(f, " %-15s %11.3lf  %11.3lf \n", pc ? pc->Name().c_str() : "", m_OilRemoval[i] * 100.0,
+                         m_SolidsRemoval[i] * 100.0);  // arrays stay fractions in display units
         }
     }
     std::fprintf(f, "\nOil conc. in oil stream     = %-15.4lf\n", m_OilConcInOilStream);
@@ -679,7 +680,8 @@ void CTalCentrifugation::GetCustomDescription(std::string& text) const {
         const double rate = internal ? display::kLitrePerMin.ToDisplay(m_VolThroughput) : m_VolThroughput;
         std::snprintf(buffer, sizeof buffer, "Centrifuge at a rate of %.1lf L/min", rate);
     } else {
-        std::snprintf(buffer, sizeof buffer, "Centrifuge for %.1lf %s", ProcessTimeUnits().Display().ToDisplay(ProcessTime()),
+        const double t = internal ? ProcessTimeUnits().Display().ToDisplay(ProcessTime()) : ProcessTime();
+        std::snprintf(buffer, sizeof buffer, "Centrifuge for %.1lf %s", t,
                       ProcessTimeUnits().UnitsName().c_str());
     }
     text = buffer;

@@ -62,7 +62,9 @@ int CTalDiafiltration::IsSimDataComplete(int group, CTalModelPP* page, bool flag
     return WithInternalUnits(*this, [&] {
         if (InGroup(group, 2)) {
             const bool pre = m_HasPreConcentration != 0, post = m_HasPostConcentration != 0;
-            if (pre && m_PreConcFactor < 1.0) return ReportRange(page, 0x601, "PreDiafiltration Concentration Factor", 0x642);
+            if (UsesPreConcFactor() && m_PreConcFactor < 1.0) {
+                return ReportRange(page, 0x601, "PreDiafiltration Concentration Factor", 0x642);
+            }
             if (post && m_PostConcFactor < 1.0) return ReportRange(page, 0x601, "PostDiafiltration Concentration Factor", 0x642);
             if (pre && m_PreStages < 0.0) return ReportRange(page, 0x601, "PreDiafiltration Number of Concentration Stages ", 0x641);
             if (post && m_PostStages < 0.0) return ReportRange(page, 0x601, "PostDiafiltration Number of Concentration Stages ", 0x641);
@@ -77,6 +79,12 @@ double CTalDiafiltration::RetainedShare(double c1, double c2, double R) const {
     if (m_HasPreConcentration && c1 > 1.000000000000001) share /= std::pow(c1, (1.0 - R) * m_PreStages);
     if (m_HasPostConcentration && c2 > 1.000000000000001) share /= std::pow(c2, (1.0 - R) * m_PostStages);
     return share;
+}
+
+// The demand of the post-concentration stages divides by the pre-concentration factor even when
+// that stage is off, so the factor matters whenever either uses it.
+bool CTalDiafiltration::UsesPreConcFactor() const {
+    return m_HasPreConcentration || (m_HasPostConcentration && m_PostStages > 1.0);
 }
 
 // Each concentration stage beyond the first is followed by a dilution back to the volume it
@@ -119,6 +127,10 @@ int CTalDiafiltration::Solve(CTalStateStream* before, CTalStateStream* after, in
         return AbnormalSimEnding("No material is available for Diafiltration.\nDiafiltration calculations will be skipped.");
     }
     m_Rejection.resize(Count(), 0.0);
+    if (UsesPreConcFactor() && !(m_PreConcFactor >= 1.0)) {
+        return AbnormalSimEnding("The Pre-Diafiltration Concentration Factor must be at least 1.\n"
+                                 "Diafiltration calculations will be skipped.");
+    }
     int ok = 1;
     // The diluant the wash needs, bid on the diluant stream.
     const double B = DiluantDemand(after->NonGaseousVolFlow());
@@ -195,8 +207,9 @@ void CTalDiafiltration::GetCustomDescription(std::string& text) const {
         const double flux = internal ? display::kLitrePerM2Hour.ToDisplay(m_FiltrateFlux) : m_FiltrateFlux;
         std::snprintf(buffer, sizeof buffer, "Diafilter %.2lf volumes at a flux of %.2lf L/m2-h", m_VolumePermeated, flux);
     } else {
-        std::snprintf(buffer, sizeof buffer, "Diafilter %.2lf volumes for %.2lf %s", m_VolumePermeated,
-                      ProcessTimeUnits().Display().ToDisplay(ProcessTime()), ProcessTimeUnits().UnitsName().c_str());
+        const double t = internal ? ProcessTimeUnits().Display().ToDisplay(ProcessTime()) : ProcessTime();
+        std::snprintf(buffer, sizeof buffer, "Diafilter %.2lf volumes for %.2lf %s", m_VolumePermeated, t,
+                      ProcessTimeUnits().UnitsName().c_str());
     }
     text = buffer;
     if (IsOpDescriptionShort()) return;

@@ -326,9 +326,9 @@ int CTalMembraneFiltration::IsSimDataComplete(int group, CTalModelPP* page, bool
     return WithInternalUnits(*this, [&] {
         if (!CTalOperation::IsSimDataComplete(group, page, flag, askUser)) return 0;
         if (!CheckMembraneData(group, page)) return 0;
-        // A concentration step ends its checks here, for every group: asking whether a factor
-        // of 1 is meant, in interactive design only.
-        if (ModelID() != 0xA338) {
+        // A concentration step ends its checks here for its own group (and for group 0): asking
+        // whether a factor of 1 is meant, in interactive design only. Other groups go on below.
+        if (ModelID() != 0xA338 && InGroup(group, 2)) {
             if (page && askUser && IsDesignMode() && std::abs(m_ConcFactor - 1.0) < 1e-15) {
                 return page->ModelDlgQuestion(0x601, kMsgConcFactorOne, 0, kYesNo) == IDYES ? 1 : 0;
             }
@@ -432,7 +432,7 @@ void CTalMembraneFiltration::SetRetentate(const CTalSModel& feed, CTalSModel& re
         if (R > 1e-15) {
             extra *= f(R);
         } else {
-            extra *= (solventIndex < 0 || i == solventIndex) ? w : solventShareOfOthers;
+            extra *= i == solventIndex ? w : solventShareOfOthers;  // no solvent index: none gets w
         }
         retentate.SetComponentCellFlows(i, intra, extra);
     }
@@ -545,9 +545,12 @@ int CTalMembraneFiltration::Solve(CTalStateStream* before, CTalStateStream* afte
 void CTalMembraneFiltration::WriteMembraneData(std::FILE* f, bool exitTempSentence) const {
     std::fprintf(f, "Max Solids in Retent.= %-15.2lf\n", m_MaxSolidsInRetentate);
     if (exitTempSentence) {
-        std::fprintf(f, m_IsExitTempSetByUser ? "The Exit Temperature is set by the user.\n"
-                                              : "The Exit Temperature is calculated from the energy balances.\n");
-        std::fprintf(f, "Exit Temperature     = %-15.2lf\n", m_ExitTemp);
+        if (!m_IsExitTempSetByUser) {
+            std::fprintf(f, "The Exit Temperature is calculated from the energy balances.\n");
+        } else {
+            std::fprintf(f, "The Exit Temperature is set by the user.\n");
+            std::fprintf(f, "Exit Temperature     = %-15.2lf\n", m_ExitTemp);
+        }
     } else {
         std::fprintf(f, "Exit Temperature\t  = %-15.2lf\n", m_ExitTemp);
     }
@@ -557,7 +560,7 @@ void CTalMembraneFiltration::WriteMembraneData(std::FILE* f, bool exitTempSenten
     std::fprintf(f, "Component Name       Rejection Coeff(%c)\n", '%');
     for (std::size_t i = 0; i < Count() && i < m_Rejection.size(); ++i) {
         const CTalPureComponent* pc = GetPureComponent(static_cast<int>(i));
-        std::fprintf(f, " %-15s %15.2lf \n", pc ? pc->Name().c_str() : "", m_Rejection[i]);
+        std::fprintf(f, " %-15s %15.2lf \n", pc ? pc->Name().c_str() : "", m_Rejection[i] * 100.0);  // arrays stay fractions
     }
     std::fprintf(f, "Membr Unit Cost   = %-15.2lf\n", m_MembraneUnitCost);
     if (m_IsReplacementByHours) {
@@ -565,8 +568,12 @@ void CTalMembraneFiltration::WriteMembraneData(std::FILE* f, bool exitTempSenten
     } else {
         std::fprintf(f, "Membr Repl Cycles = %-15.2lf\n", m_ReplacementCycles);
     }
-    std::fprintf(f, "Setup Time        = %-15.3lf h\n", SetupTime() / 3600.0);
-    const double hours = ProcessTime() / 3600.0;
+    // The times are printed in hours whatever units the operation shows them in.
+    const bool internal = IsInInternalUnits() != 0;
+    const double setup = internal ? SetupTime() : SetupTimeUnits().Display().ToInternal(SetupTime());
+    const double process = internal ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
+    std::fprintf(f, "Setup Time        = %-15.3lf h\n", setup / 3600.0);
+    const double hours = process / 3600.0;
     const bool design = IsDesignMode();
     if (!design) std::fprintf(f, IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
     if (design || IsProcessTimeSetByUser()) std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
@@ -591,7 +598,8 @@ void CTalMembraneFiltration::GetCustomDescription(std::string& text) const {
         const double flux = internal ? display::kLitrePerM2Hour.ToDisplay(m_FiltrateFlux) : m_FiltrateFlux;
         std::snprintf(buffer, sizeof buffer, "Filter at a flux of %.2lf L/m2-h", flux);
     } else {
-        std::snprintf(buffer, sizeof buffer, "Filter for %.2lf %s", ProcessTimeUnits().Display().ToDisplay(ProcessTime()),
+        const double t = internal ? ProcessTimeUnits().Display().ToDisplay(ProcessTime()) : ProcessTime();
+        std::snprintf(buffer, sizeof buffer, "Filter for %.2lf %s", t,
                       ProcessTimeUnits().UnitsName().c_str());
     }
     text = buffer;

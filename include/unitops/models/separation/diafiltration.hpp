@@ -33,6 +33,9 @@ public:
     //! Volume of diluant (m3/s on the batch's flow basis) that the wash and the stages need for
     //! a batch of volume flow V0.
     double DiluantDemand(double V0) const;
+    //! Whether the pre-concentration factor takes part: its stage is on, or the post-concentration
+    //! stages add a dilution that is divided by it.
+    bool UsesPreConcFactor() const;
 
     int m_HasPreConcentration = 0;
     int m_HasPostConcentration = 0;
