@@ -60,6 +60,7 @@ const Symbol* FindSymbol(std::string_view s, double batchTime, Symbol& scratch) 
         {"mol", 1e-3, Dim(0, 0, 0, 0, 1)},  {"kmol", 1.0, Dim(0, 0, 0, 0, 1)},
         {"%", 0.01, kDimensionless},        {"$", 1.0, Dim(0, 0, 0, 0, 0, 1)},
         {"USD", 1.0, Dim(0, 0, 0, 0, 0, 1)},
+        {"mPa", 1e-3, Dim(1, -1, -2)},      {"cP", 1e-3, Dim(1, -1, -1)},
     };
     for (const Symbol& sym : kSymbols) {
         if (s == sym.name) return &sym;
@@ -100,6 +101,9 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::ThermalConductance: return Dim(1, 2, -3, -1);
         case Quantity::HeatCapacityTotal: return Dim(1, 2, -2, -1);
         case Quantity::TemperatureRate: return Dim(0, 0, -1, 1);
+        case Quantity::Viscosity: return Dim(1, -1, -1);
+        case Quantity::Velocity: return Dim(0, 1, -1);
+        case Quantity::SpecificEnergy: return Dim(0, 2, -2);
     }
     return kDimensionless;
 }
@@ -287,6 +291,9 @@ const char* QuantityName(Quantity q) {
         case Quantity::ThermalConductance: return "thermal conductance";
         case Quantity::HeatCapacityTotal: return "heat capacity of an item";
         case Quantity::TemperatureRate: return "rate of temperature change";
+        case Quantity::Viscosity: return "viscosity";
+        case Quantity::Velocity: return "velocity";
+        case Quantity::SpecificEnergy: return "heat per mass";
     }
     return "unknown";
 }

@@ -99,6 +99,9 @@ const char* SiUnit(Quantity q) {
         case Quantity::ThermalConductance: return "W/K";
         case Quantity::HeatCapacityTotal: return "J/K";
         case Quantity::TemperatureRate: return "K/s";
+        case Quantity::Viscosity: return "Pa s";
+        case Quantity::Velocity: return "m/s";
+        case Quantity::SpecificEnergy: return "J/kg";
         default: return "";
     }
 }

@@ -11,8 +11,12 @@
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/mass_transfer/batch_crystallize.hpp"
+#include "unitops/models/mass_transfer/batch_extract.hpp"
+#include "unitops/models/mass_transfer/batch_vaporize.hpp"
 #include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/models/vessel/decanting.hpp"
 #include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/storage.hpp"
@@ -82,6 +86,9 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // Batch separations in a vessel and decanting
+                 RUNTIME_CLASS(CTalBatchCrystallizeOp), RUNTIME_CLASS(CTalBatchVaporizeOp),
+                 RUNTIME_CLASS(CTalBatchExtractOp), RUNTIME_CLASS(CTalDecanting),
              }) {
             r.Register(c);
         }

@@ -127,6 +127,15 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         };
         for (unsigned id = 0xA092; id <= 0xA098; ++id) settings[id] = splitting("FlowFractions", false);
         for (unsigned id = 0xA0A1; id <= 0xA0A7; ++id) settings[id] = splitting("ComponentFractions", true);
+        // The decanter takes the pressure of its feed: its tank is rated for any feed, and the gases
+        // and ethanol go to the light phase.
+        settings[0xA07A] = [](CTalDocEss&, CTalProcedure& p) {
+            if (auto* v = dynamic_cast<CTalVessel*>(p.Equipment())) v->m_DesignPressure = 1e6;
+            CTalOperation* op = p.GetOp(0);
+            std::vector<double> light;
+            for (int i = 0; i < op->NumberOfComponents(); ++i) light.push_back(i == 1 || i >= 4 ? 1.0 : 0.0);
+            op->MemberRows().Find("LightPhaseShare")->set(*op, light);
+        };
         return true;
     }();
     (void)splittingsAdded;

@@ -167,11 +167,12 @@ double CTalRxnOp::Headspace() const {
 }
 
 int CTalRxnOp::BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
-                                  bool copyFirst) {
+                                  bool copyFirst, const char* emptyText) {
     if (copyFirst) in->CopyDataInto(*out, 1);
     if (in->NonGaseousVolFlow() * 1e10 < 1e-15) {
         if (!copyFirst) in->CopyDataInto(*out, 1);
-        return AbnormalSimEnding("No liquid/solid material is available for reaction.\nReaction calculations will be skipped.");
+        return AbnormalSimEnding(emptyText ? emptyText
+                                           : "No liquid/solid material is available for reaction.\nReaction calculations will be skipped.");
     }
     const double Tb = BatchReferenceTime();
     const int cycles = std::max(NumberOfCycles(), 1);

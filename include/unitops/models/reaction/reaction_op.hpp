@@ -61,8 +61,9 @@ public:
 
 protected:
     //! The body of Solve of the batch vessel forms; `copyFirst` copies `in` to `out` before all.
+    //! `emptyText` is the message of a vessel without liquid or solid (the reaction's by default).
     int BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
-                           bool copyFirst = true);
+                           bool copyFirst = true, const char* emptyText = nullptr);
     //! The body of Solve of the continuous vessel forms.
     int ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance);
     //! Copies the result `out` to the product stream and gives `out` back the contents `in`.
