@@ -325,16 +325,17 @@ int CTalBatchExtractOp::WriteIDR_Description(std::FILE* f) {
     CTalVesselOp::WriteIDR_Description(f);
     const bool internal = IsInInternalUnits() != 0;
     const auto shown = [internal](double v, DisplayUnit u) { return internal ? u.ToDisplay(v) : v; };
+    const double hours = display::kHour.ToDisplay(internal ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime()));
     std::fprintf(f, "Procedure Name       = %-s\n", m_TransferProcedureName.c_str());
     std::fprintf(f, "HP Transfer Out Port = %-15d\n", m_TransferOutPort);
     if (m_ProcessTimeMode == 1) {
-        std::fprintf(f, "Extraction Time      = %-15.2lf\n", shown(ProcessTime(), display::kHour));
+        std::fprintf(f, "Extraction Time      = %-15.2lf\n", hours);
     } else if (m_ProcessTimeMode == 2 && m_TimeBasis == 1) {
         std::fprintf(f, "Mass Flow Rate       = %-15.2lf\n", shown(m_TransferMassRate, display::kKgPerMin));
     } else if (m_ProcessTimeMode == 2 && m_TimeBasis == 2) {
         std::fprintf(f, "Volumetric Flow Rate = %-15.2lf\n", shown(m_TransferVolRate, display::kLitrePerMin));
     } else {
-        std::fprintf(f, "Extraction Time      = %-15.2lf (set by master operation)\n", shown(ProcessTime(), display::kHour));
+        std::fprintf(f, "Extraction Time      = %-15.2lf (set by master operation)\n", hours);
     }
     if (m_IsPressureSet) std::fprintf(f, "Pressure             = %-15.2lf\n", shown(m_OperPressure, display::kBar));
     const auto name = [this](int i) { return GetPureComponent(i)->Name(); };

@@ -469,7 +469,8 @@ int CTalBatchVaporizeOp::WriteIDR_Description(std::FILE* f) {
     const bool internal = IsInInternalUnits() != 0;
     const auto shown = [internal](double v, DisplayUnit u) { return internal ? u.ToDisplay(v) : v; };
     if (IsProcessTimeSetByUser()) {
-        std::fprintf(f, "Evaporation Time (h)     = %-15.2lf\n", shown(ProcessTime(), display::kHour));
+        const double seconds = internal ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
+        std::fprintf(f, "Evaporation Time (h)     = %-15.2lf\n", display::kHour.ToDisplay(seconds));
     } else {
         std::fprintf(f, "Evaporation Rate (L/min) = %-15.2lf", shown(m_EvaporationRate, display::kLitrePerMin));
     }
@@ -486,8 +487,12 @@ int CTalBatchVaporizeOp::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "Final Solution Temp   = %-15.2lf\n", shown(m_ExitTemp, display::kDegC));
     std::fprintf(f, "\nAve. Vaporiz. Heat   = %-15.2lf kcal/kg\n", shown(m_VaporizationHeat, display::kKcalPerKg));
     switch (m_EndOption) {
-        case kFinalVolume: std::fprintf(f, "Final Liquid Volume  = %-15.2lf m3\n", m_Volumes.finalVolume); break;
-        case kEvaporationVolume: std::fprintf(f, "Evaporation Volume   = %-15.2lf m3\n", m_EvaporationVolume); break;
+        case kFinalVolume:
+            std::fprintf(f, "Final Liquid Volume  = %-15.2lf m3\n", internal ? m_Volumes.finalVolume : display::kLitre.ToInternal(m_Volumes.finalVolume));
+            break;
+        case kEvaporationVolume:
+            std::fprintf(f, "Evaporation Volume   = %-15.2lf m3\n", internal ? m_EvaporationVolume : display::kLitre.ToInternal(m_EvaporationVolume));
+            break;
         case kConcentrationFactor: std::fprintf(f, "Concentration Factor = %-15.2lf   \n", m_ConcentrationFactor); break;
         case kKeyFinalConc:
             std::fprintf(f, "Key Non-Volat. Comp. = %-32s\n", m_KeyComponent.c_str());
