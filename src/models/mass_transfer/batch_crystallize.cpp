@@ -189,11 +189,7 @@ int CTalBatchCrystallizeOp::MaterialBalances(const CTalStateStream* in, CTalStat
     const bool ventOK = PrologueVentCheck();
     const double Vin = in->NonGaseousVolFlow() * BatchReferenceTime() / std::max(NumberOfCycles(), 1);
     // The power follows the charge, not the working volume of one unit.
-    if (m_PowerMode == 1) {
-        m_SpecPower = Vin > 1e-15 ? m_Power / Vin : 0.0;
-    } else {
-        m_Power = Vin * m_SpecPower;
-    }
+    PowerFromCharge(Vin);
     const int p = GetComponentIndex(m_ProductComp);
     const int q = p < 0 ? -1 : GetComponentIndex(m_CrystalForm[static_cast<std::size_t>(p)]);
     if (p < 0 || q < 0) {

@@ -255,11 +255,7 @@ int CTalBatchExtractOp::Solve(CTalStateStream* before, CTalStateStream* after, i
     const int cycles = std::max(NumberOfCycles(), 1);
     const double Vin = before->NonGaseousVolFlow() * Tb / cycles;
     bool ok = BatchVesselSizing(true, Vin, skipSizing) != 0;
-    if (m_PowerMode == 1) {
-        m_SpecPower = Vin > 1e-15 ? m_Power / Vin : 0.0;
-    } else {
-        m_Power = Vin * m_SpecPower;
-    }
+    PowerFromCharge(Vin);
     std::unique_ptr<CTalStateStream> vapor = after->CreateCopy(after->Owner(), 1);
     vapor->Zero(false, true);
     after->ExtractVaporPhase(*vapor, 1);

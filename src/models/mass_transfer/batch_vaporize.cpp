@@ -448,11 +448,7 @@ int CTalBatchVaporizeOp::Solve(CTalStateStream* before, CTalStateStream* after, 
         ratioOK = 0;
     }
     RatesAndTime();
-    if (m_PowerMode == 1) {
-        m_SpecPower = Vin > 1e-15 ? m_Power / Vin : 0.0;
-    } else {
-        m_Power = Vin * m_SpecPower;
-    }
+    PowerFromCharge(Vin);
     m_VaporMass = vapor->MassFlow();
     CalcHeatingDuty(after, vapor.get());
     after->SetTemp(m_ExitTemp);
