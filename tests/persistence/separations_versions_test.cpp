@@ -8,6 +8,7 @@
 #include "unitops/models/mass_transfer/batch_crystallize.hpp"
 #include "unitops/models/mass_transfer/batch_extract.hpp"
 #include "unitops/models/mass_transfer/batch_vaporize.hpp"
+#include "unitops/io/flowsheet_loader.hpp"
 
 namespace unitops {
 namespace {
@@ -70,6 +71,24 @@ TEST_F(SeparationArchive, OldExtractionFilesKeepTheirTimeModesAsWritten) {
     EXPECT_EQ(at4707->m_IsTopPhaseRemoved, 0);
     EXPECT_EQ(Back(*op, 5.0003)->m_IsTopPhaseRemoved, 0);
     EXPECT_EQ(Back(*op, 5.0004)->m_IsTopPhaseRemoved, 1);
+}
+
+// The crystal forms and the interleaved flags follow their components when the list changes.
+TEST(SeparationComponents, PerComponentDataFollowANewComponentOrder) {
+    auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_separations.json");
+    std::vector<std::unique_ptr<CTalPureComponent>> defs;
+    for (int i = doc->NumberOfComponents() - 1; i >= 0; --i) {
+        defs.push_back(std::make_unique<CTalPureComponent>(*doc->Comps()->at(static_cast<std::size_t>(i))));
+    }
+    doc->UpdateComponentList(std::move(defs));
+    const CTalProcedure* p = doc->FindProcedure("P-1");
+    auto* vaporize = dynamic_cast<CTalBatchVaporizeOp*>(p->GetOp(1));
+    auto* crystallize = dynamic_cast<CTalBatchCrystallizeOp*>(p->GetOp(2));
+    ASSERT_TRUE(vaporize && crystallize);
+    const std::size_t water = static_cast<std::size_t>(doc->GetComponentIndex("Water"));
+    for (std::size_t i = 0; i < vaporize->m_IsVolatile.size(); ++i) EXPECT_EQ(vaporize->m_IsVolatile[i], i == water ? 1.0 : 0.0) << i;
+    EXPECT_EQ(crystallize->CrystalFormText(), "Sucrose: Sucrose Crystals");
+    EXPECT_EQ(crystallize->m_CrystalForm[static_cast<std::size_t>(doc->GetComponentIndex("Sucrose"))], "Sucrose Crystals");
 }
 
 }  // namespace

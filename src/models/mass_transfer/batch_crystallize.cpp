@@ -107,7 +107,7 @@ void CTalBatchCrystallizeOp::InitHxAgent() {
 void CTalBatchCrystallizeOp::UpdateForNewCompDef(const ComponentList& oldComps) {
     CTalRxnOp::UpdateForNewCompDef(oldComps);
     const ComponentList* comps = Comps();
-    UpdateCompInfoFromOldFlowsheet(oldComps, comps ? *comps : ComponentList{});
+    RemapOwnArrays(oldComps, comps ? *comps : ComponentList{});
     if (m_ProductComp != "(none)" && GetComponentIndex(m_ProductComp) < 0) {
         m_ProductComp = "(none)";
         ForceReinitialization();
@@ -116,6 +116,10 @@ void CTalBatchCrystallizeOp::UpdateForNewCompDef(const ComponentList& oldComps) 
 
 void CTalBatchCrystallizeOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
     CTalRxnOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+    RemapOwnArrays(oldComps, newComps);
+}
+
+void CTalBatchCrystallizeOp::RemapOwnArrays(const ComponentList& oldComps, const ComponentList& newComps) {
     for (std::vector<double>* a : {&m_YieldCoeffA, &m_YieldCoeffB, &m_YieldCoeffC}) {
         *a = MapByComponentName(oldComps, newComps, *a, 0.0);
     }

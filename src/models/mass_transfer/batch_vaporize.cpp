@@ -106,11 +106,15 @@ void CTalBatchVaporizeOp::InitHxAgent() {
 void CTalBatchVaporizeOp::UpdateForNewCompDef(const ComponentList& oldComps) {
     CTalVesselOp::UpdateForNewCompDef(oldComps);
     const ComponentList* comps = Comps();
-    UpdateCompInfoFromOldFlowsheet(oldComps, comps ? *comps : ComponentList{});
+    RemapOwnArrays(oldComps, comps ? *comps : ComponentList{});
 }
 
 void CTalBatchVaporizeOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
     CTalVesselOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+    RemapOwnArrays(oldComps, newComps);
+}
+
+void CTalBatchVaporizeOp::RemapOwnArrays(const ComponentList& oldComps, const ComponentList& newComps) {
     m_IsVolatile = MapByComponentName(oldComps, newComps, m_IsVolatile, 0.0);
     m_RelativeEvaporation = MapByComponentName(oldComps, newComps, m_RelativeEvaporation, 1.0);
     m_EvaporationFrac = MapByComponentName(oldComps, newComps, m_EvaporationFrac, 0.0);

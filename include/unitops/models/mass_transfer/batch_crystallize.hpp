@@ -57,6 +57,7 @@ private:
     //! True when component i is the crystal form of some component (names compared on 16 characters).
     bool IsCrystalForm(int i) const;
     void SizeArrays();
+    void RemapOwnArrays(const ComponentList& oldComps, const ComponentList& newComps);
 };
 
 }  // namespace unitops

@@ -75,6 +75,7 @@ private:
     //! Sends the vapour to the vent, through the condenser when it is on.
     bool SendVapor(CTalStateStream* vapor, CTalStream* vent, CTalStream* condensate);
     void SizeArrays();
+    void RemapOwnArrays(const ComponentList& oldComps, const ComponentList& newComps);
 };
 
 }  // namespace unitops
