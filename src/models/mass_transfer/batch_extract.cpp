@@ -363,6 +363,7 @@ int CTalBatchExtractOp::WriteIDR_Description(std::FILE* f) {
     for (int i = 0; i < NumberOfComponents(); ++i) {
         std::fprintf(f, " %-15s %15.3lf\n", name(i).c_str(), m_Ki[static_cast<std::size_t>(i)]);
     }
+    std::fprintf(f, "Recovery Yield (%%) = %-15.2lf of %s\n", internal ? m_RecoveryYield * 100.0 : m_RecoveryYield, m_DesignComp.c_str());
     return 1;
 }
 
