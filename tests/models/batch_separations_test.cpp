@@ -278,6 +278,51 @@ TEST_F(VaporizeTest, TheAirLeakAndTheCondenserConserveEveryComponent) {
     EXPECT_NEAR(vent->Temp(), op->m_ExitTemp, 1e-6);
 }
 
+// Water and ethanol with their vapour pressures: the condenser's flash splits them, and every
+// component still closes with the air that leaked in.
+TEST(VaporizeWithFlash, CondensateVentAndResidueAddUpToFeedAndLeak) {
+    auto doc = test::MakeDoc({"Water", "Ethanol", "Glucose", "Nitrogen", "Oxygen"}, true);
+    doc->SetPlantBatchTime(kBatch);
+    CTalProcedure& proc = test::AddProcedure(*doc, "P-1", 0xA010, false);
+    proc.Equipment()->m_UsesDefaultContents = 0;
+    CTalStateStream& start = *proc.GetState(0);
+    const std::vector<double> kg = {800.0, 100.0, 100.0, 0.0, 0.0};
+    for (int i = 0; i < 5; ++i) start.SetComponentFlow(i, kg[static_cast<std::size_t>(i)] / kBatch);
+    start.SetTemp(330.0);
+    start.SetPress(101325.0);
+    CTalStream& vent = test::AddStream(*doc, "VENT");
+    CTalStream& condensate = test::AddStream(*doc, "CONDENSATE");
+    proc.ConnectOut(9, &vent);
+    proc.ConnectOut(0, &condensate);
+    auto made = CTalOperation::Create<CTalBatchVaporizeOp>(&proc);
+    CTalBatchVaporizeOp& op = *made;
+    proc.AddOperation(std::move(made));
+    op.m_VentPort = 9;
+    op.m_CondensatePort = 0;
+    op.m_IsVolatile = {1.0, 1.0, 0.0, 0.0, 0.0};
+    op.m_RelativeEvaporation = {1.0, 3.0, 1.0, 1.0, 1.0};
+    op.m_EndOption = 2;
+    op.m_ConcentrationFactor = 1.5;
+    op.m_AirLeakRate = 5.0 / 3600.0;
+    op.m_CondenserTemp = 300.0;
+    ASSERT_EQ(proc.Solve(false), 1) << (op.Messages().empty() ? "" : op.Messages().back().text);
+    const double kmol = 5.0 / 3600.0 / 22.414;
+    const std::vector<double> leak = {0.0, 0.0, 0.0, 0.79 * kmol * start.GetPureComponent(3)->molecularWeight,
+                                      0.21 * kmol * start.GetPureComponent(4)->molecularWeight};
+    for (int i = 0; i < 5; ++i) {
+        const double in = start.ComponentFlow(i) + leak[static_cast<std::size_t>(i)];
+        const double out = proc.GetState(1)->ComponentFlow(i) + vent.ComponentFlow(i) + condensate.ComponentFlow(i);
+        EXPECT_NEAR(out, in, 1e-9 * in + 1e-18) << i;
+    }
+    // Ethanol evaporates three times as fast as water; both are found in the condensate and the vent.
+    const double fWater = 1.0 - proc.GetState(1)->ComponentFlow(0) / start.ComponentFlow(0);
+    const double fEthanol = 1.0 - proc.GetState(1)->ComponentFlow(1) / start.ComponentFlow(1);
+    EXPECT_NEAR(fEthanol, 3.0 * fWater, 1e-12);
+    EXPECT_GT(condensate.ComponentFlow(0), 0.0);
+    EXPECT_GT(vent.ComponentFlow(1), 0.0);
+    EXPECT_EQ(condensate.ComponentFlow(3), 0.0);  // nitrogen stays a gas
+}
+
 TEST_F(VaporizeTest, RefusalsOfBothGroupsAndMissingPorts) {
     EXPECT_EQ(test::FirstRefusal(*op), "accepted");
     op->m_CondensatePort = 9;
