@@ -18,6 +18,8 @@
 #include "unitops/io/reports.hpp"
 #include "unitops/io/results_json.hpp"
 #include "unitops/io/roster_listing.hpp"
+#include "unitops/io/schedule_report.hpp"
+#include "unitops/schedule/gantt_svg.hpp"
 
 namespace {
 
@@ -151,6 +153,59 @@ int Report(const std::string& file, const std::string& jsonOut, bool xls) {
     return written ? 0 : kExitBadInput;
 }
 
+struct ScheduleOptions {
+    std::string file;
+    std::string svgOut;
+    int batches = 3;
+};
+
+void WriteTextFile(const std::string& path, const std::string& text) {
+    std::ofstream out(path);
+    if (!out) throw InputError(path, "cannot write the file");
+    out << text;
+    out.close();
+    if (!out) throw InputError(path, "cannot write the file");
+}
+
+// The schedule of one batch: a saved flowsheet with a completed run as it was saved, any other
+// flowsheet simulated first (the durations of many operations come from the balances).
+int Schedule(const ScheduleOptions& options) {
+    const std::vector<std::uint8_t> bytes = ReadInput(options.file);
+    const std::string origin = options.file == "-" ? "standard input" : options.file;
+    std::unique_ptr<CTalDocEss> doc;
+    SimulationResult result;
+    SavedFlowsheet saved;
+    if (IsSavedFlowsheet(bytes) && (saved = ReadSavedFlowsheet(bytes, origin)).run && saved.run->completed) {
+        doc = std::move(saved.doc);
+        result = *saved.run;
+    } else {
+        doc = saved.doc ? std::move(saved.doc)
+                        : LoadFlowsheet(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), origin);
+        ValidationSink sink(doc->questionPolicy);
+        result = Simulator(*doc).Run(&sink);
+        if (!result.checksPassed) {
+            PrintCheckProblems(stderr, "unitops: ", result.errors, result.invalidData);
+            return HasLoop(*doc) ? kExitRunFailed : kExitBadInput;
+        }
+        for (const std::string& e : result.errors) std::fprintf(stderr, "unitops: %s\n", e.c_str());
+        if (!result.completed || AnyModelEndedAbnormally(*doc)) {
+            std::fprintf(stderr, "unitops: error: %s: the run did not end normally, so the durations are not known (see: unitops simulate)\n",
+                         origin.c_str());
+            return kExitRunFailed;
+        }
+    }
+    const BatchSchedule schedule = ComputeSchedule(*doc);
+    if (!schedule.applicable) throw InputError(origin, "no batch schedule: the flowsheet has no batch procedure with operations in batch mode");
+    if (!schedule.error.empty()) throw InputError(origin, "no batch schedule: " + schedule.error);
+    WriteScheduleReport(stdout, schedule);
+    bool written = StandardOutputWritten();
+    if (!options.svgOut.empty()) {
+        const std::string title = (doc->title.empty() ? origin : doc->title) + ": schedule";
+        written = WriteOutputs({[&] { WriteTextFile(options.svgOut, GanttSvg(schedule, title, options.batches)); }}) && written;
+    }
+    return written ? 0 : kExitBadInput;
+}
+
 // The checks that `simulate` makes before it runs, in the same order, without running: a JSON or
 // a saved flowsheet.
 int Validate(const std::string& file) {
@@ -241,6 +296,13 @@ int main(int argc, char** argv) {
     report->add_option("--json", reportJson, "Write all results as JSON to this file");
     report->add_flag("--xls", reportXls, "Write the equipment report tab-separated for a spreadsheet");
 
+    ScheduleOptions sched;
+    CLI::App* schedule = app.add_subcommand("schedule", "Simulate a batch flowsheet and print the schedule of one batch; draw it as a Gantt chart");
+    schedule->add_option("FILE", sched.file, "Flowsheet file (JSON, or a saved flowsheet); - reads standard input")->required();
+    schedule->add_option("--svg", sched.svgOut, "Draw the schedule as an SVG Gantt chart in this file");
+    schedule->add_option("--batches", sched.batches, "Consecutive batches drawn on the equipment rows (1 to 100)")
+        ->check(CLI::Range(1, 100));
+
     std::string validateFile;
     CLI::App* validate = app.add_subcommand("validate", "Make the checks of simulate (loops, connections, readiness, data) without running");
     validate->add_option("FILE", validateFile, "Flowsheet file (JSON, or a saved flowsheet); - reads standard input")->required();
@@ -271,6 +333,7 @@ int main(int argc, char** argv) {
         if (*components) return Components(componentsJson);
         if (*messages) return Messages(messageKey);
         if (*report) return Report(reportFile, reportJson, reportXls);
+        if (*schedule) return Schedule(sched);
         return Simulate(sim);
     } catch (const InputError& e) {
         std::fprintf(stderr, "unitops: error: %s\n", e.what());

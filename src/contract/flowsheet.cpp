@@ -54,6 +54,57 @@ void CTalDocEss::UpdateComponentList(std::vector<std::unique_ptr<CTalPureCompone
     for (auto& p : procedures_) p->UpdateForNewCompDef(oldComps);
 }
 
+CTalIPCleaningSkid& CTalDocEss::AddSkid(std::unique_ptr<CTalIPCleaningSkid> skid) {
+    skid->SetFlowsheet(this);
+    skids_.push_back(std::move(skid));
+    simModified_ = true;
+    return *skids_.back();
+}
+
+CTalIPCleaningSkid* CTalDocEss::GetSkid(std::string_view name) const {
+    for (const auto& skid : skids_) {
+        if (skid->Name() == name) return skid.get();
+    }
+    return nullptr;
+}
+
+void CTalDocEss::RemoveSkid(const CTalIPCleaningSkid* skid) {
+    ForEachOperation([&](CTalOperation& op) {
+        if (op.Skid() == skid) op.SetSkid(nullptr);
+    });
+    std::erase_if(skids_, [&](const auto& s) { return s.get() == skid; });
+    simModified_ = true;
+}
+
+bool CTalDocEss::RenameComponent(std::string_view from, const std::string& to) {
+    const int i = GetComponentIndex(from);
+    if (i < 0 || GetComponentIndex(to) >= 0) return false;
+    const std::string old(from);
+    components_[static_cast<std::size_t>(i)]->name = to;  // the lists hold the same definition
+    for (CTalStockMixture& m : mixtures_) {
+        for (auto& ingredient : m.ingredients) {
+            if (ingredient.first == old) ingredient.first = to;
+        }
+    }
+    ForEachOperation([&](CTalOperation& op) { op.IngredientRenamed(old, to); });
+    simModified_ = true;
+    return true;
+}
+
+bool CTalDocEss::RenameStockMixture(std::string_view from, const std::string& to) {
+    CTalStockMixture* renamed = nullptr;
+    for (CTalStockMixture& m : mixtures_) {
+        if (m.name == to) return false;
+        if (m.name == from && !renamed) renamed = &m;
+    }
+    if (!renamed) return false;
+    const std::string old(from);
+    renamed->name = to;
+    ForEachOperation([&](CTalOperation& op) { op.IngredientRenamed(old, to); });
+    simModified_ = true;
+    return true;
+}
+
 const CTalStockMixture& CTalDocEss::AddStockMixture(CTalStockMixture mixture) {
     simModified_ = true;
     for (CTalStockMixture& m : mixtures_) {

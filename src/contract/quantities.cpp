@@ -30,4 +30,24 @@ DisplayUnit CTalSpecPowerPQ::Display() const {
     }
 }
 
+// An unknown code is shown as kg/m3, as are molar units for a molecular weight that is not positive.
+double CTalConcentrationPQ::ConvFToRefUnits(double mw) const {
+    const double weight = mw > 0.0 ? mw : 1.0;
+    switch (units_) {
+        case 0x401: return 1.0e-3;
+        case 0x402: return mw > 0.0 ? weight : 1.0;
+        case 0x403: return mw > 0.0 ? weight * 1.0e-3 : 1.0;
+        default: return 1.0;
+    }
+}
+
+const char* CTalConcentrationPQ::UnitsNameOf(int code) {
+    switch (code) {
+        case 0x401: return "mg/L";
+        case 0x402: return "kmol/m3";
+        case 0x403: return "mmol/L";
+        default: return "kg/m3";
+    }
+}
+
 }  // namespace unitops

@@ -19,6 +19,10 @@ std::string Format(const char* format, auto... args) {
     return buffer;
 }
 
+}  // namespace
+
+namespace reaction_fields {
+
 // A counted array of doubles: the count first, checked against the bytes left on load.
 void SerializeArray(CArchive& ar, std::vector<double>& a) {
     if (ar.IsStoring()) {
@@ -41,16 +45,24 @@ void SerializeWord(CArchive& ar, int& v) {
     }
 }
 
+namespace {
 template <class T>
-void SerializeValue(CArchive& ar, T& v) {
+void Transfer(CArchive& ar, T& v) {
     if (ar.IsStoring()) {
         ar << v;
     } else {
         ar >> v;
     }
 }
-
 }  // namespace
+
+void SerializeValue(CArchive& ar, double& v) { Transfer(ar, v); }
+void SerializeValue(CArchive& ar, std::string& v) { Transfer(ar, v); }
+void SerializeValue(CArchive& ar, std::int32_t& v) { Transfer(ar, v); }
+
+}  // namespace reaction_fields
+
+using namespace reaction_fields;
 
 // ---------------------------------------------------------------- CTalReaction
 
@@ -387,51 +399,12 @@ void CTalReactionScheme::WriteIDR_Description(std::FILE* f) const {
     for (int i = 0; i < NumberOfReactions(); ++i) Reaction(i).WriteIDR_Description(f);
 }
 
-void CTalStoichReactionScheme::InsertAt(int i, std::unique_ptr<CTalStoichReaction> r) {
-    const auto at = std::clamp<std::ptrdiff_t>(i, 0, static_cast<std::ptrdiff_t>(reactions_.size()));
-    reactions_.insert(reactions_.begin() + at, std::move(r));
-}
-
-void CTalStoichReactionScheme::RemoveAt(int i) {
-    if (i >= 0 && i < NumberOfReactions()) reactions_.erase(reactions_.begin() + i);
-}
-
-void CTalStoichReactionScheme::CopyInto(CTalStoichReactionScheme& target, CTalOperation* owner) const {
-    if (&target == this) return;
-    target.reactions_.clear();
-    for (const auto& r : reactions_) {
-        auto copy = std::make_unique<CTalStoichReaction>();
-        r->CopyDataInto(*copy);
-        copy->SetOperation(owner);
-        target.reactions_.push_back(std::move(copy));
-    }
-}
-
 std::vector<CTalStoichReaction*> CTalStoichReactionScheme::InSequence() const {
     std::vector<CTalStoichReaction*> order;
-    for (const auto& r : reactions_) order.push_back(r.get());
+    for (int i = 0; i < NumberOfReactions(); ++i) order.push_back(GetAt(i));
     std::stable_sort(order.begin(), order.end(),
                      [](const CTalStoichReaction* a, const CTalStoichReaction* b) { return a->SchemeNo() < b->SchemeNo(); });
     return order;
-}
-
-void CTalStoichReactionScheme::Serialize(CArchive& ar) {
-    std::int32_t n = NumberOfReactions();
-    SerializeValue(ar, n);
-    if (ar.IsStoring()) {
-        for (const auto& r : reactions_) r->Serialize(ar);
-        return;
-    }
-    // Each reaction takes at least its name's length byte, its flag and two counts.
-    if (n < 0 || static_cast<std::size_t>(n) > ar.Remaining() / 8) ar.Fail("bad count of reactions");
-    CTalOperation* owner = reactions_.empty() ? nullptr : reactions_.front()->Operation();
-    reactions_.clear();
-    for (std::int32_t i = 0; i < n; ++i) {
-        auto r = std::make_unique<CTalStoichReaction>();
-        r->Serialize(ar);
-        r->SetOperation(owner);
-        reactions_.push_back(std::move(r));
-    }
 }
 
 }  // namespace unitops

@@ -104,6 +104,7 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::Viscosity: return Dim(1, -1, -1);
         case Quantity::Velocity: return Dim(0, 1, -1);
         case Quantity::SpecificEnergy: return Dim(0, 2, -2);
+        case Quantity::VolumeFlux: return Dim(0, 1, -1);
     }
     return kDimensionless;
 }
@@ -294,6 +295,7 @@ const char* QuantityName(Quantity q) {
         case Quantity::Viscosity: return "viscosity";
         case Quantity::Velocity: return "velocity";
         case Quantity::SpecificEnergy: return "heat per mass";
+        case Quantity::VolumeFlux: return "volume flow per area";
     }
     return "unknown";
 }

@@ -14,6 +14,7 @@
 #include "unitops/io/database.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
+#include "unitops/schedule/schedule.hpp"
 
 namespace unitops {
 
@@ -29,6 +30,11 @@ constexpr std::size_t kMinIngredientBytes = 1 + 8;
 //! Files from this version on keep the flowsheet's stock mixtures after its components.
 constexpr double kMixturesSinceVersion = 6.1;
 constexpr double kRecyclesSinceVersion = 6.2;  // recycle options and loops in the run record
+constexpr double kSkidsSinceVersion = 6.4;     // the cleaning skids, before the streams
+constexpr std::size_t kMinSkidBytes = 2 + 1;
+constexpr double kScheduleSinceVersion = 6.3;  // start relations, plant cycle time and annual time
+constexpr std::size_t kMinRelationBytes = 4 * 1 + 2 + 8;
+constexpr std::size_t kMinProcedureStartBytes = 2 * 1 + 8;
 constexpr std::size_t kMinStreamBytes = 1 + 2 + 8 + 8 + 4;
 constexpr std::size_t kMinProcedureBytes = 1 + 4 + 2 + 2 + 8 + 8 + 4 + 8 + 2 + 4 + 4 + 2 + 4;
 constexpr std::size_t kMinOperationBytes = 2;
@@ -230,6 +236,29 @@ void TransferRecycles(CArchive& ar, RecycleOptions& o, std::vector<SavedLoop>& l
     }
 }
 
+//! The start relations of the operations and procedures, the plant cycle time and the annual
+//! operating time; the reader checks them against the flowsheet once it is complete.
+void TransferSchedule(CArchive& ar, ScheduleSettings& s) {
+    Transfer(ar, s.plantCycleTime);
+    Transfer(ar, s.annualTime);
+    s.operations.resize(TransferCount(ar, s.operations.size(), kMinRelationBytes, "start relations"));
+    for (StartRelation& r : s.operations) {
+        Transfer(ar, r.procedure);
+        Transfer(ar, r.operation);
+        const int anchor = TransferChoice(ar, static_cast<int>(r.anchor) - 1, 2, "start relation") + 1;
+        r.anchor = static_cast<StartRelation::Anchor>(anchor);
+        Transfer(ar, r.refProcedure);
+        Transfer(ar, r.refOperation);
+        Transfer(ar, r.shift);
+    }
+    s.procedures.resize(TransferCount(ar, s.procedures.size(), kMinProcedureStartBytes, "procedure starts"));
+    for (ProcedureStart& p : s.procedures) {
+        Transfer(ar, p.procedure);
+        Transfer(ar, p.after);
+        Transfer(ar, p.time);
+    }
+}
+
 // ---------------------------------------------------------------- writing
 
 class Writer {
@@ -260,6 +289,7 @@ public:
             CTalHeatTransferAgent copy = a;
             TransferAgent(ar_, copy);
         });
+        if (version_ >= kSkidsSinceVersion) WriteList(doc_.Skids(), [&](const CTalIPCleaningSkid& s) { ar_.WriteObject(&s); });
         WriteList(doc_.Streams(), [&](const CTalStream& s) { WriteStream(s); });
         WriteList(doc_.Procedures(), [&](const CTalProcedure& p) { WriteProcedure(p); });
         WriteRun(run);
@@ -365,6 +395,9 @@ private:
             loops.push_back(std::move(l));
         }
         TransferRecycles(ar_, options, loops);
+        if (version_ < kScheduleSinceVersion) return;
+        ScheduleSettings schedule = doc_.schedule;
+        TransferSchedule(ar_, schedule);
     }
 
     const CTalDocEss& doc_;
@@ -391,6 +424,7 @@ public:
         ReadComponents();
         if (ar_.VersionNo() >= kMixturesSinceVersion) ReadList(kMinMixtureBytes, "mixtures", [&] { ReadMixture(); });
         ReadAgents();
+        if (ar_.VersionNo() >= kSkidsSinceVersion) ReadList(kMinSkidBytes, "skids", [&] { ReadSkid(); });
         ReadList(kMinStreamBytes, "streams", [&] { ReadStream(); });
         ReadList(kMinProcedureBytes, "procedures", [&] { ReadProcedure(); });
         SavedFlowsheet saved;
@@ -473,6 +507,15 @@ private:
             if (!(fraction >= 0.0 && fraction <= 1.0)) Fail(at, what + " holds a mass fraction outside 0 to 1");
         }
         doc_->AddStockMixture(std::move(m));
+    }
+
+    // The operations that use a skid refer to it later in the file.
+    void ReadSkid() {
+        const std::size_t at = ar_.Position();
+        std::unique_ptr<CTalIPCleaningSkid> skid = ReadOwned<CTalIPCleaningSkid>(RUNTIME_CLASS(CTalIPCleaningSkid));
+        if (!skid) Fail(at, "a cleaning skid is missing");
+        if (doc_->GetSkid(skid->Name())) Fail(at, "cleaning skid '" + skid->Name() + "' is listed twice");
+        doc_->AddSkid(std::move(skid));
     }
 
     void ReadAgents() {
@@ -678,6 +721,7 @@ private:
         if (!has) {
             SimulationResult none;
             if (ar_.VersionNo() >= kRecyclesSinceVersion) ReadRecycles(none);
+            ReadSchedule();
             return std::nullopt;
         }
         SimulationResult run;
@@ -689,7 +733,20 @@ private:
             run.order.push_back(doc_->Procedures()[static_cast<std::size_t>(i)].get());
         }
         if (ar_.VersionNo() >= kRecyclesSinceVersion) ReadRecycles(run);
+        ReadSchedule();
         return run;
+    }
+
+    // A file from before start relations keeps the defaults: every operation follows the one
+    // before it. Names that do not fit the flowsheet are a damaged file.
+    void ReadSchedule() {
+        if (ar_.VersionNo() < kScheduleSinceVersion) return;
+        const std::size_t at = ar_.Position();
+        TransferSchedule(ar_, doc_->schedule);
+        const ScheduleSettings& s = doc_->schedule;
+        if (!(s.plantCycleTime >= 0.0) || !(s.annualTime > 0.0)) Fail(at, "bad plant cycle time or annual operating time");
+        if (s.operations.empty() && s.procedures.empty()) return;
+        if (const std::string e = CheckStartRelations(*doc_); !e.empty()) Fail(at, e);
     }
 
     void ReadRecycles(SimulationResult& run) {

@@ -17,6 +17,7 @@
 #include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
+#include "unitops/schedule/schedule.hpp"
 
 namespace unitops {
 
@@ -59,7 +60,7 @@ public:
         if (!root.is_object()) Fail("", "a flowsheet must be a JSON object");
         for (const auto& [key, value] : root.items()) {
             static const std::set<std::string> kSections = {"flowsheet", "components", "mixtures", "agents", "streams",
-                                                            "procedures"};
+                                                            "procedures", "skids"};
             if (!kSections.count(key) && !IsNote(key)) Fail(key, "unknown section '" + key + "'");
         }
         doc_ = std::make_unique<CTalDocEss>();
@@ -68,6 +69,7 @@ public:
         ReadComponents(root["components"]);
         if (root.contains("mixtures")) ReadMixtures(root["mixtures"]);
         ReadAgents(root.contains("agents") ? root["agents"] : json::array());
+        if (root.contains("skids")) ReadSkids(root["skids"]);
         if (root.contains("streams")) ReadStreams(root["streams"]);
         if (root.contains("procedures")) ReadProcedures(root["procedures"]);
         for (const auto& s : doc_->Streams()) {
@@ -268,6 +270,8 @@ private:
                 else Fail(at, "expected \"no-change\", \"yes\", \"no\" or \"cancel\"");
             } else if (key == "recycle") {
                 ReadRecycleOptions(value, at);
+            } else if (key == "schedule") {
+                ReadScheduleOptions(value, at);
             } else if (!IsNote(key)) {
                 Fail(at, "unknown key '" + key + "'");
             }
@@ -297,6 +301,97 @@ private:
                 Fail(where, "unknown key '" + key + "'");
             }
         }
+    }
+
+    //! The plant's `cycle_time` (0 or absent: the minimum that the equipment allows) and
+    //! `annual_time` (default 7920 h).
+    void ReadScheduleOptions(const json& r, const std::string& at) {
+        if (!r.is_object()) Fail(at, "expected an object");
+        for (const auto& [key, value] : r.items()) {
+            const std::string where = Key(at, key);
+            if (key == "cycle_time") {
+                doc_->schedule.plantCycleTime = NonNegative(value, Quantity::Time, where);
+            } else if (key == "annual_time") {
+                doc_->schedule.annualTime = Positive(value, Quantity::Time, where);
+            } else if (!IsNote(key)) {
+                Fail(where, "unknown key '" + key + "'");
+            }
+        }
+    }
+
+    //! A time that may be negative ("-10 min"): a shift of a start.
+    double Shift(const json& v, const std::string& at) const {
+        if (v.is_string()) {
+            const std::string text = v.get<std::string>();
+            const std::size_t sign = text.find_first_not_of(' ');
+            if (sign != std::string::npos && text[sign] == '-') return -Value(json(text.substr(sign + 1)), Quantity::Time, at);
+        } else if (v.is_number() && v.get<double>() < 0.0) {
+            return -Value(json(-v.get<double>()), Quantity::Time, at);
+        }
+        return Value(v, Quantity::Time, at);
+    }
+
+    //! An operation's start: {"with" | "after": OPERATION, "procedure": NAME, "shift": TIME}; the
+    //! procedure is the operation's own when omitted. Names are checked once all procedures exist.
+    void ReadOperationStart(const CTalOperation& op, const json& j, const std::string& at) {
+        if (!j.is_object()) Fail(at, "expected {\"with\" or \"after\": OPERATION, \"procedure\": NAME, \"shift\": TIME}");
+        StartRelation r{op.Owner()->Name(), op.Name(), StartRelation::Anchor::After, op.Owner()->Name(), "", 0.0};
+        if (j.contains("with") == j.contains("after")) Fail(at, "give one of \"with\" (start together) and \"after\" (start after it ends)");
+        for (const auto& [key, value] : j.items()) {
+            const std::string where = Key(at, key);
+            if (key == "with" || key == "after") {
+                r.anchor = key == "with" ? StartRelation::Anchor::With : StartRelation::Anchor::After;
+                r.refOperation = Text(value, where);
+            } else if (key == "procedure") {
+                r.refProcedure = Text(value, where);
+            } else if (key == "shift") {
+                r.shift = Shift(value, where);
+            } else if (!IsNote(key)) {
+                Fail(where, "unknown key '" + key + "' of a start relation");
+            }
+        }
+        pendingStarts_.push_back({doc_->schedule.operations.size(), at});
+        doc_->schedule.operations.push_back(std::move(r));
+    }
+
+    //! A procedure's start: a time ("2 h"), or {"after": PROCEDURE, "shift": TIME}.
+    void ReadProcedureStart(const CTalProcedure& proc, const json& j, const std::string& at) {
+        ProcedureStart s{proc.Name(), "", 0.0};
+        if (!j.is_object()) {
+            s.time = NonNegative(j, Quantity::Time, at);
+        } else {
+            if (!j.contains("after")) Fail(at, "expected a start time or {\"after\": PROCEDURE, \"shift\": TIME}");
+            for (const auto& [key, value] : j.items()) {
+                const std::string where = Key(at, key);
+                if (key == "after") {
+                    s.after = Text(value, where);
+                    if (!doc_->FindProcedure(s.after)) Fail(where, "unknown procedure '" + s.after + "'");
+                    if (s.after == proc.Name()) Fail(where, "a procedure cannot start after itself");
+                } else if (key == "shift") {
+                    s.time = Shift(value, where);
+                } else if (!IsNote(key)) {
+                    Fail(where, "unknown key '" + key + "' of a procedure start");
+                }
+            }
+        }
+        doc_->schedule.procedures.push_back(std::move(s));
+    }
+
+    //! Every start relation names an operation that exists, and none goes round in a circle.
+    void CheckStartRelationNames() const {
+        for (const PendingStart& p : pendingStarts_) {
+            const StartRelation* r = &doc_->schedule.operations[p.relation];
+            const std::string key = r->anchor == StartRelation::Anchor::With ? "with" : "after";
+            const CTalProcedure* ref = doc_->FindProcedure(r->refProcedure);
+            if (!ref) Fail(Key(p.at, "procedure"), "unknown procedure '" + r->refProcedure + "'");
+            bool found = false;
+            for (int i = 0; i < ref->NumberOfOps(); ++i) found = found || ref->GetOp(i)->Name() == r->refOperation;
+            if (!found) Fail(Key(p.at, key), "procedure '" + ref->Name() + "' has no operation '" + r->refOperation + "'");
+            if (ref->Name() == r->procedure && r->refOperation == r->operation) Fail(Key(p.at, key), "an operation cannot start with or after itself");
+        }
+        // Without relations every operation follows the one before it: nothing can go round.
+        if (pendingStarts_.empty() && doc_->schedule.procedures.empty()) return;
+        if (const std::string e = CheckStartRelations(*doc_); !e.empty()) Fail("procedures", e);
     }
 
     void ReadComponents(const json& list) {
@@ -367,6 +462,26 @@ private:
         CheckFractionSum(sum, Key(at, "composition"));
         for (auto& ingredient : m.ingredients) ingredient.second /= sum;
         return m;
+    }
+
+    //! The cleaning skids: a list of names, each a skid that operations may share.
+    void ReadSkids(const json& list) {
+        if (!list.is_array()) Fail("skids", "expected a list of skid names");
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::string at = Index("skids", i);
+            const std::string name = Text(list[i], at);
+            if (name.empty()) Fail(at, "a skid needs a name");
+            if (doc_->GetSkid(name)) Fail(at, "skid '" + name + "' is listed twice");
+            doc_->AddSkid(std::make_unique<CTalIPCleaningSkid>(name));
+        }
+    }
+
+    //! The skid an operation is tied to, by its name in the flowsheet's "skids".
+    void ReadSkidOf(CTalOperation& op, const json& v, const std::string& at) const {
+        const std::string name = Text(v, at);
+        CTalIPCleaningSkid* skid = doc_->GetSkid(name);
+        if (!skid) Fail(at, "unknown skid '" + name + "' (not in the flowsheet's \"skids\")");
+        op.SetSkid(skid);
     }
 
     void ReadAgents(const json& list) {
@@ -495,8 +610,10 @@ private:
         for (std::size_t i = 0; i < made.size(); ++i) {
             ReadEquipment(*made[i], list[i], Index("procedures", i));
             ReadOperations(*made[i], list[i], Index("procedures", i));
+            if (list[i].contains("start")) ReadProcedureStart(*made[i], list[i]["start"], Key(Index("procedures", i), "start"));
         }
         for (const PendingMaster& m : pendingMasters_) ResolveMaster(m);
+        CheckStartRelationNames();
         CheckTearNames();
     }
 
@@ -546,7 +663,7 @@ private:
         if (!j.is_object()) Fail(at, "expected an object");
         static const std::set<std::string> kKeys = {"name", "type", "inputs", "outputs", "vent", "batch", "design",
                                                     "HoldupTime", "CycleTime", "NumberOfCycles", "UtilFactor",
-                                                    "equipment", "operations"};
+                                                    "equipment", "operations", "start"};
         for (const auto& [key, value] : j.items()) {
             if (!kKeys.count(key) && !IsNote(key)) Fail(Key(at, key), "unknown key '" + key + "' of a procedure");
         }
@@ -660,16 +777,18 @@ private:
             if (!spec) return;
             if (spec->contains("name")) ref.SetName(Text((*spec)["name"], Key(where, "name")));
             auto* cip = dynamic_cast<CTalCIPOp*>(&ref);
-            if (cip) {
-                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions", "steps"});
-                if (spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
-            } else {
-                SetMembers(ref, *spec, where, {"model", "name", "MasterOperation", "reactions"});
-            }
+            const bool takesSkid = ref.MemberRows().Find("Skid") != nullptr;
+            std::set<std::string> skip = {"model", "name", "MasterOperation", "reactions", "start"};
+            if (cip) skip.insert("steps");
+            if (takesSkid) skip.insert("Skid");
+            SetMembers(ref, *spec, where, skip);
+            if (cip && spec->contains("steps")) ReadCIPSteps(*cip, (*spec)["steps"], Key(where, "steps"));
+            if (takesSkid && spec->contains("Skid")) ReadSkidOf(ref, (*spec)["Skid"], Key(where, "Skid"));
             if (spec->contains("reactions")) {
                 ReadReactions(ref, (*spec)["reactions"], origin_, Key(where, "reactions"),
                               doc_->IsBatchMode() ? doc_->PlantBatchTime() : 0.0);
             }
+            if (spec->contains("start")) ReadOperationStart(ref, (*spec)["start"], Key(where, "start"));
             if (spec->contains("MasterOperation")) {
                 pendingMasters_.push_back({&ref, &(*spec)["MasterOperation"], Key(where, "MasterOperation")});
             }
@@ -750,6 +869,11 @@ private:
     std::string origin_;
     std::unique_ptr<CTalDocEss> doc_;
     std::vector<PendingMaster> pendingMasters_;
+    struct PendingStart {
+        std::size_t relation;  // its place in the flowsheet's list
+        std::string at;
+    };
+    std::vector<PendingStart> pendingStarts_;
 };
 
 }  // namespace

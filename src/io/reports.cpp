@@ -11,6 +11,7 @@
 #include "unitops/contract/members.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/energy_totals.hpp"
+#include "unitops/io/schedule_report.hpp"
 
 namespace unitops {
 
@@ -102,6 +103,7 @@ const char* SiUnit(Quantity q) {
         case Quantity::Viscosity: return "Pa s";
         case Quantity::Velocity: return "m/s";
         case Quantity::SpecificEnergy: return "J/kg";
+        case Quantity::VolumeFlux: return "m3/(m2 s)";
         default: return "";
     }
 }
@@ -341,8 +343,16 @@ void WriteSimulationReport(std::FILE* f, CTalDocEss& doc, const SimulationResult
     WriteStreamTable(f, doc);
     WriteInputDataReport(f, doc);
     WriteEquipmentReport(f, doc, xls);
+    if (!doc.Skids().empty()) {
+        Rule(f, "CLEANING SKIDS");
+        for (const auto& skid : doc.Skids()) skid->WriteIDR_Description(f);
+    }
     Rule(f, "ENERGY");
     WriteEnergyReport(f, doc);
+    // The schedule rests on the durations that a completed run worked out.
+    if (result && result->completed) {
+        if (const BatchSchedule schedule = ComputeSchedule(doc); schedule.applicable) WriteScheduleReport(f, schedule);
+    }
 }
 
 }  // namespace unitops

@@ -4,6 +4,8 @@
 
 #include "unitops/contract/utf8.hpp"
 #include "unitops/io/energy_totals.hpp"
+#include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/io/schedule_report.hpp"
 
 namespace unitops {
 
@@ -114,17 +116,39 @@ json ResultsToJson(const CTalDocEss& doc, const SimulationResult* result) {
                 opMessages.push_back({{"kind", MsgKindName(m.kind)}, {"number", m.number}, {"help", m.help}, {"text", m.text}});
                 messages.push_back({{"procedure", p->Name()}, {"operation", op->Name()}, {"kind", MsgKindName(m.kind)}, {"text", m.text}});
             }
-            ops.push_back({{"name", op->Name()},
-                           {"class", op->GetRuntimeClass()->m_lpszClassName},
-                           {"members", MembersToJson(*op)},
-                           {"messages", opMessages}});
+            json entry = {{"name", op->Name()},
+                          {"class", op->GetRuntimeClass()->m_lpszClassName},
+                          {"members", MembersToJson(*op)},
+                          {"messages", opMessages}};
+            // A cleaning's steps, each with its amounts and agent's rate.
+            if (const auto* cip = dynamic_cast<const CTalCIPOp*>(op)) {
+                json steps = json::array();
+                for (const auto& step : cip->m_Scheme.m_Steps) steps.push_back(MembersToJson(*step));
+                entry["steps"] = steps;
+            }
+            ops.push_back(entry);
         }
         proc["operations"] = ops;
         procedures[p->Name()] = proc;
     }
     out["procedures"] = procedures;
+    // Each cleaning skid with the operations that use it and its busy time per batch (s).
+    json skids = json::object();
+    for (const auto& skid : doc.Skids()) {
+        json users = json::array();
+        for (const CTalOperation* op : skid->OperationsUsing()) {
+            users.push_back({{"procedure", op->Owner() ? json(op->Owner()->Name()) : json(nullptr)}, {"operation", op->Name()}});
+        }
+        skids[skid->Name()] = {{"operations", users},
+                               {"busy_time_per_batch", Number(skid->BusyTimePerBatch())},
+                               {"fits_in_batch_time", skid->FitsInBatchTime()}};
+    }
+    if (!skids.empty()) out["skids"] = skids;
     out["messages"] = messages;
     out["energy"] = EnergyToJson(doc);
+    if (result && result->completed) {
+        if (const BatchSchedule schedule = ComputeSchedule(doc); schedule.applicable) out["schedule"] = ScheduleToJson(schedule);
+    }
     return WithValidText(out);
 }
 

@@ -1,12 +1,17 @@
 // Every class of the library that can be created by name: the host's persisted classes and
 // the models. A model becomes available to the factories and the archive by its line here.
 #include "unitops/contract/stream.hpp"
+#include "unitops/models/reaction/equil_rxn.hpp"
+#include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/heat_flow/cooling_tower.hpp"
 #include "unitops/models/heat_flow/electric_heating.hpp"
+#include "unitops/models/heat_flow/flow_devices.hpp"
 #include "unitops/models/heat_flow/heat_equipment.hpp"
 #include "unitops/models/heat_flow/heat_exchanging.hpp"
 #include "unitops/models/heat_flow/heating.hpp"
+#include "unitops/models/heat_flow/valves.hpp"
 #include "unitops/models/throughput/custom_splitting.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
@@ -89,6 +94,23 @@ const ClassRegistry& RosterClasses() {
                  // Batch separations in a vessel and decanting
                  RUNTIME_CLASS(CTalBatchCrystallizeOp), RUNTIME_CLASS(CTalBatchVaporizeOp),
                  RUNTIME_CLASS(CTalBatchExtractOp), RUNTIME_CLASS(CTalDecanting),
+                 // The host's cleaning skids, referred to by the cleaning and steaming operations
+                 RUNTIME_CLASS(CTalIPCleaningSkid),
+                 // Kinetic and equilibrium reactions
+                 RUNTIME_CLASS(CTalKinRxnOp), RUNTIME_CLASS(CTalBatchKinRxnOp), RUNTIME_CLASS(CTalContKinRxnOp),
+                 RUNTIME_CLASS(CTalEquilRxnOp), RUNTIME_CLASS(CTalBatchEquilRxnOp), RUNTIME_CLASS(CTalContEquilRxnOp),
+                 // Pumps, compressors and fans
+                 RUNTIME_CLASS(CTalCFPumping), RUNTIME_CLASS(CTalPDDiaphragmPumping), RUNTIME_CLASS(CTalPDGearPumping),
+                 RUNTIME_CLASS(CTalCFCompressing), RUNTIME_CLASS(CTalCFFanning), RUNTIME_CLASS(CTalCFPump),
+                 RUNTIME_CLASS(CTalPDDiaphragmPump), RUNTIME_CLASS(CTalPDGearPump), RUNTIME_CLASS(CTalCFCompressor),
+                 RUNTIME_CLASS(CTalCFFan),
+                 // Valves
+                 RUNTIME_CLASS(CTalLGateValveOp), RUNTIME_CLASS(CTalGGateValveOp), RUNTIME_CLASS(CTalLGlobeValveOp),
+                 RUNTIME_CLASS(CTalGGlobeValveOp), RUNTIME_CLASS(CTalLButterflyValveOp),
+                 RUNTIME_CLASS(CTalGButterflyValveOp), RUNTIME_CLASS(CTalGateValve), RUNTIME_CLASS(CTalGlobeValve),
+                 RUNTIME_CLASS(CTalButterflyValve),
+                 // Cooling tower
+                 RUNTIME_CLASS(CTalCoolingInTower), RUNTIME_CLASS(CTalCoolingTower),
              }) {
             r.Register(c);
         }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/models/vessel/cleaning.hpp"
 #include "unitops/models/vessel/tanks.hpp"
@@ -65,10 +66,19 @@ TEST_F(CleaningTest, AFlowPerCircumferenceAndTheRateOverTheSummedDuration) {
     EXPECT_NEAR(wash.m_AgentMassRate, 1020.0 * 0.3 / 1800.0, 1e-12);
     EXPECT_NEAR(wash.m_VolFlowRate, 0.3 / 1200.0, 1e-15);
     // The mixture's share of a component counts, unless only the named ingredient is asked.
-    EXPECT_NEAR(cip->BlendedNSIngredientConsumption("Sodium Hydroxide", 0), 0.02 * wash.m_AgentMassRate, 1e-15);
-    EXPECT_EQ(cip->BlendedNSIngredientConsumption("Sodium Hydroxide", 1), 0.0);
-    EXPECT_NEAR(cip->BlendedNSIngredientConsumption("Water", 0), rinse->m_AgentMassRate + 0.98 * wash.m_AgentMassRate, 1e-15);
-    EXPECT_TRUE(cip->IsBlendedNSIngredientBeingUsed("Sodium Hydroxide"));
+    EXPECT_NEAR(cip->NonBlendedNSIngredientConsumption("Sodium Hydroxide", 0), 0.02 * wash.m_AgentMassRate, 1e-15);
+    EXPECT_EQ(cip->NonBlendedNSIngredientConsumption("Sodium Hydroxide", 1), 0.0);
+    EXPECT_NEAR(cip->NonBlendedNSIngredientConsumption("Water", 0), rinse->m_AgentMassRate + 0.98 * wash.m_AgentMassRate, 1e-15);
+    EXPECT_NEAR(cip->NonBlendedNSIngredientConsumption("Water", 1), rinse->m_AgentMassRate, 1e-15);
+    EXPECT_NEAR(cip->NonBlendedNSIngredientConsumption("Caustic", 1), wash.m_AgentMassRate, 1e-15);
+    EXPECT_TRUE(cip->IsNonBlendedNSIngredientBeingUsed("Sodium Hydroxide", 0));
+    EXPECT_FALSE(cip->IsNonBlendedNSIngredientBeingUsed("Sodium Hydroxide", 1));
+    EXPECT_TRUE(cip->IsNonBlendedNSIngredientBeingUsed("Caustic", 1));
+    EXPECT_FALSE(cip->IsNonBlendedNSIngredientBeingUsed("Ethanol", 0));  // not in the flowsheet
+    EXPECT_EQ(cip->NonBlendedNSIngredientConsumption("Ethanol", 0), 0.0);
+    // The stream-blended queries are not a cleaning's: it feeds nothing into the contents.
+    EXPECT_FALSE(cip->IsBlendedNSIngredientBeingUsed("Water"));
+    EXPECT_EQ(cip->BlendedNSIngredientConsumption("Water", 0), 0.0);
     // The contents pass through.
     EXPECT_EQ(proc->GetState(1)->MassFlow(), proc->GetState(0)->MassFlow());
 }
@@ -146,6 +156,94 @@ TEST_F(CleaningTest, SteamInPlaceFromItsRateOrItsAmount) {
     EXPECT_NEAR(sip.AgentRate(), 90.0 / (2 * 1800.0), 1e-15);
     sip.m_AgentAmount = 0.0;
     EXPECT_EQ(test::FirstRefusal(sip), "SIP Agent Amount 1600");
+}
+
+// A skid shared by a cleaning and a steaming: both hook up with it, the one that ignores it does
+// not count, and the skid is busy for the sum of their times per batch.
+TEST_F(CleaningTest, ASkidIsSharedByTheOperationsThatUseIt) {
+    auto made = CTalOperation::Create<CTalSIPOp>(proc);
+    CTalSIPOp& sip = *made;
+    proc->AddOperation(std::move(made));
+    sip.SetProcessTime(1800.0);
+    CTalIPCleaningSkid& skid = doc->AddSkid(std::make_unique<CTalIPCleaningSkid>("SKID-A"));
+    EXPECT_EQ(skid.Flowsheet(), doc.get());
+    cip->SetSkid(&skid);
+    sip.SetSkid(&skid);
+    cip->SetSkid(&skid);  // hooked up once only
+    ASSERT_EQ(skid.Operations().size(), 2u);
+    // Both ignore the skid by default: it is named, not used.
+    EXPECT_TRUE(skid.OperationsUsing().empty());
+    EXPECT_EQ(skid.BusyTimePerBatch(), 0.0);
+    cip->m_IgnoreSkid = 0;
+    sip.m_IgnoreSkid = 0;
+    ASSERT_EQ(proc->Solve(false), 1) << Message();
+    EXPECT_EQ(skid.OperationsUsing().size(), 2u);
+    EXPECT_EQ(cip->SkidInUse(), &skid);
+    EXPECT_NEAR(skid.BusyTimePerBatch(), 600.0 + 1800.0, 1e-9);  // the rinse's 10 min and 30 min of steam
+    EXPECT_TRUE(skid.FitsInBatchTime());
+    doc->SetPlantBatchTime(2000.0);
+    EXPECT_FALSE(skid.FitsInBatchTime());
+    std::vector<CObject*> satellites;
+    cip->GetSateliteEquipmentUsed(satellites, 0);
+    ASSERT_EQ(satellites.size(), 1u);
+    EXPECT_EQ(satellites[0], &skid);
+    // The report of each operation names the skid it uses, and the skid's own lists both.
+    EXPECT_NE(test::Capture([&](std::FILE* f) { cip->WriteIDR_Description(f); }).find("Skid Name           = SKID-A\n"), std::string::npos);
+    const std::string report = test::Capture([&](std::FILE* f) { skid.WriteIDR_Description(f); });
+    EXPECT_NE(report.find("Used by " + cip->Name() + " in P-1 for 10.00 min per batch"), std::string::npos) << report;
+    EXPECT_NE(report.find("Used by " + sip.Name() + " in P-1 for 30.00 min per batch"), std::string::npos) << report;
+    EXPECT_NE(report.find("Busy Time per Batch = 0.67"), std::string::npos) << report;
+    EXPECT_NE(report.find("longer than the plant batch time"), std::string::npos) << report;
+    sip.m_IgnoreSkid = 1;
+    EXPECT_EQ(skid.OperationsUsing().size(), 1u);
+    EXPECT_EQ(test::Capture([&](std::FILE* f) { sip.WriteIDR_Description(f); }).find("Skid Name"), std::string::npos);
+    // A copy in the same flowsheet shares the skid; removing an operation unhooks it.
+    std::unique_ptr<CTalOperation> copy = cip->CreateCopy(proc, 0);
+    EXPECT_EQ(copy->Skid(), &skid);
+    EXPECT_EQ(skid.Operations().size(), 3u);
+    copy.reset();
+    EXPECT_EQ(skid.Operations().size(), 2u);
+    // A copy placed in another flowsheet does not keep a skid it does not own.
+    auto other = test::MakeDoc({"Water"}, true);
+    CTalProcedure& elsewhere = test::AddProcedure(*other, "P-9", 0xA010, false);
+    EXPECT_EQ(cip->CreateCopy(&elsewhere, 0)->Skid(), nullptr);
+    EXPECT_EQ(skid.Operations().size(), 2u);
+    proc->RemoveOperation(&sip);
+    EXPECT_EQ(skid.Operations().size(), 1u);
+    // Removing the skid unties the operations from it.
+    doc->RemoveSkid(&skid);
+    EXPECT_EQ(cip->Skid(), nullptr);
+    EXPECT_TRUE(doc->Skids().empty());
+}
+
+// Steps name their agents by text: renaming a component or a mixture carries them along, and an
+// agent removed from the flowsheet is unset, which the data check refuses.
+TEST_F(CleaningTest, StepsFollowRenamedAgentsAndDropRemovedOnes) {
+    CTalCIPStep& wash = cip->AddStep();
+    wash.m_AgentName = "Caustic";
+    wash.m_IsAgentPureComp = 0;
+    ASSERT_TRUE(doc->RenameComponent("Water", "Process Water"));
+    EXPECT_EQ(rinse->m_AgentName, "Process Water");
+    EXPECT_EQ(doc->MixtureDefPtr("Caustic")->MassFrac("Process Water"), 0.98);
+    EXPECT_FALSE(doc->RenameComponent("Water", "X"));                     // no such component
+    EXPECT_FALSE(doc->RenameComponent("Process Water", "Sodium Hydroxide"));  // name taken
+    ASSERT_TRUE(doc->RenameStockMixture("Caustic", "Caustic 2%"));
+    EXPECT_EQ(wash.m_AgentName, "Caustic 2%");
+    EXPECT_EQ(rinse->m_AgentName, "Process Water");
+    // The rates follow the renamed definitions.
+    ASSERT_EQ(proc->Solve(false), 1) << Message();
+    EXPECT_NEAR(wash.m_AgentMassRate, 1020.0 * wash.m_TotalVolume / cip->ProcessTime(), 1e-12);
+    EXPECT_NEAR(cip->NonBlendedNSIngredientConsumption("Process Water", 0),
+                rinse->m_AgentMassRate + 0.98 * wash.m_AgentMassRate, 1e-15);
+    // The rinse's component leaves the flowsheet: its agent is unset and the operation must be set up again.
+    cip->SetIsInitializedByUser(1);
+    std::vector<std::unique_ptr<CTalPureComponent>> kept;
+    kept.push_back(std::make_unique<CTalPureComponent>(*doc->ComponentDefPtr("Sodium Hydroxide")));
+    doc->UpdateComponentList(std::move(kept));
+    EXPECT_EQ(rinse->m_AgentName, "(none)");
+    EXPECT_EQ(wash.m_AgentName, "Caustic 2%");  // a mixture is not a component
+    EXPECT_EQ(cip->IsInitializedByUser(), 0);
+    EXPECT_EQ(test::FirstRefusal(*cip), "The Cleaning Agent solution in Cleaning Step #1 is not selected.");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 //   random; each family of models has an example, so each joins here by being in examples/.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -19,6 +20,8 @@
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/io/results_json.hpp"
+#include "unitops/models/reaction/equil_rxn.hpp"
+#include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/models/vessel/vessel.hpp"
 #include "unitops/roster/catalog.hpp"
@@ -32,6 +35,22 @@ constexpr int kTrials = 8;
 // Liquids, solids and gases of the built-in database, mixed in every trial.
 const std::vector<std::string> kComponents = {"Water", "Ethanol", "Glucose", "Sodium Chloride", "Nitrogen", "Oxygen",
                                               "Carbon Dioxide"};
+
+//! Leaves only the components `keep` in the feed on `port`, with at least `least` kg/s of the first,
+//! at `T` if given.
+void KeepOnly(CTalDocEss& doc, CTalProcedure& p, int port, const std::vector<const char*>& keep, double least, double T = 0.0) {
+    auto* feed = dynamic_cast<CTalInputStream*>(p.InStream(port));
+    if (!feed) return;
+    for (int i = 0; i < feed->NumberOfComponents(); ++i) {
+        const std::string& name = feed->GetPureComponent(i)->name;
+        const bool kept = std::any_of(keep.begin(), keep.end(), [&](const char* k) { return name == k; });
+        if (!kept) feed->SetComponentFlow(i, 0.0);
+    }
+    const int first = doc.GetComponentIndex(keep.front());
+    feed->SetComponentFlow(first, std::max(feed->ComponentFlow(first), least));
+    if (T > 0.0) feed->SetTemp(T);
+    feed->KeepAsDefinition();
+}
 
 //! What an in-line procedure needs beyond its defaults to run on any valid feed, by procedure ID.
 using Settings = std::function<void(CTalDocEss&, CTalProcedure&)>;
@@ -136,9 +155,49 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             for (int i = 0; i < op->NumberOfComponents(); ++i) light.push_back(i == 1 || i >= 4 ? 1.0 : 0.0);
             op->MemberRows().Find("LightPhaseShare")->set(*op, light);
         };
+        // Valves take one phase: liquids for the liquid kinds, gases for the gas kinds.
+        const auto onePhase = [](std::vector<const char*> keep) {
+            return [keep](CTalDocEss& doc, CTalProcedure& p) { KeepOnly(doc, p, 0, keep, 0.5); };
+        };
+        for (unsigned id : {0xA09Bu, 0xA09Cu, 0xA09Du}) settings[id] = onePhase({"Water", "Ethanol", "Glucose", "Sodium Chloride"});
+        for (unsigned id : {0xA09Eu, 0xA09Fu, 0xA07Cu}) settings[id] = onePhase({"Nitrogen", "Oxygen", "Carbon Dioxide"});
+        // The cooling tower cools hot water against air warmer than its wet bulb.
+        settings[0xA099] = [](CTalDocEss& doc, CTalProcedure& p) {
+            KeepOnly(doc, p, 0, {"Water"}, 0.5, 313.15);
+            KeepOnly(doc, p, 1, {"Nitrogen", "Oxygen"}, 0.0, 303.15);
+        };
         return true;
     }();
     (void)splittingsAdded;
+    // Kinetic and equilibrium stirred vessels: the fermentation at a first-order rate in glucose,
+    // and to an equilibrium of 100 between ethanol and glucose; one product outlet.
+    static const bool rateAndEquilibriumAdded = [&] {
+        const auto fermentationCoefficients = [](CTalDocEss& doc, CTalReaction& r) {
+            r.SetStoichCoeff(doc.GetComponentIndex("Glucose"), -1.0);
+            r.SetStoichCoeff(doc.GetComponentIndex("Ethanol"), 2.0);
+            r.SetStoichCoeff(doc.GetComponentIndex("Carbon Dioxide"), 2.0);
+            r.SetEnthalpyRef(-3.7e5);
+            r.SetEnthalpyRefComp("Glucose");
+        };
+        settings[0xA012] = [=](CTalDocEss& doc, CTalProcedure& p) {
+            CTalKineticReaction& r = dynamic_cast<CTalKinRxnOp&>(*p.GetOp(0)).m_RxnScheme[0];
+            fermentationCoefficients(doc, r);
+            r.SetExponentAlpha(doc.GetComponentIndex("Glucose"), 1.0);
+            r.SetRateRefComp("Glucose");
+            r.SetRateConst(1e-4);
+            oneOutlet(doc, p);
+        };
+        settings[0xA013] = [=](CTalDocEss& doc, CTalProcedure& p) {
+            CTalEquilReaction& r = dynamic_cast<CTalEquilRxnOp&>(*p.GetOp(0)).m_RxnScheme[0];
+            fermentationCoefficients(doc, r);
+            r.SetExponentAlpha(doc.GetComponentIndex("Glucose"), -1.0);
+            r.SetExponentAlpha(doc.GetComponentIndex("Ethanol"), 1.0);
+            r.SetKeq(100.0);
+            oneOutlet(doc, p);
+        };
+        return true;
+    }();
+    (void)rateAndEquilibriumAdded;
     return settings;
 }
 

@@ -216,5 +216,36 @@ TEST_F(PullInTest, ValidationRefusesInOrder) {
     EXPECT_EQ(test::FirstRefusal(*op, 2), "Pull In Mass 1600");
 }
 
+// The final concentration stays in kg/m3 and is shown in the unit chosen: by mass, or by moles
+// with the molecular weight of the component (18 for a name the flowsheet does not know).
+TEST_F(PullInTest, TheFinalConcentrationIsShownByMassOrByMoles) {
+    EXPECT_EQ(CTalConcentrationPQ(0x401).ConvFToRefUnits(46.069), 1e-3);
+    EXPECT_EQ(CTalConcentrationPQ(0x402).ConvFToRefUnits(46.069), 46.069);
+    EXPECT_NEAR(CTalConcentrationPQ(0x403).ConvFToRefUnits(46.069), 0.046069, 1e-15);
+    EXPECT_EQ(CTalConcentrationPQ(0x402).ConvFToRefUnits(0.0), 1.0);  // no weight: shown as kg/m3
+    EXPECT_STREQ(CTalConcentrationPQ(0x403).Display().name, "mmol/L");
+    const double mw = doc->ComponentDefPtr("Ethanol")->MolecularWeight();
+    ASSERT_NEAR(mw, 46.069, 1e-9);
+    op->m_FinalConcentration = 80.0;
+    const struct {
+        int units;
+        double shown;
+    } cases[] = {{0x400, 80.0}, {0x401, 80000.0}, {0x402, 80.0 / 46.069}, {0x403, 80.0 / 0.046069}};
+    for (const auto& c : cases) {
+        op->m_ConcentrationUnits = c.units;
+        op->ConvertToDisplayUnits();
+        EXPECT_NEAR(op->m_FinalConcentration, c.shown, 1e-9 * c.shown) << c.units;
+        op->ConvertToInternalUnits();
+        EXPECT_NEAR(op->m_FinalConcentration, 80.0, 1e-12) << c.units;
+    }
+    op->m_DesignComponent = "Glycerol";  // not in the flowsheet
+    op->m_ConcentrationUnits = 0x402;
+    op->m_FinalConcentration = 90.0;
+    op->ConvertToDisplayUnits();
+    EXPECT_NEAR(op->m_FinalConcentration, 5.0, 1e-12);
+    op->ConvertToInternalUnits();
+    EXPECT_STREQ(op->ConcentrationDisplay().name, "kmol/m3");
+}
+
 }  // namespace
 }  // namespace unitops

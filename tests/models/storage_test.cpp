@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/simulation.hpp"
 #include "unitops/models/vessel/storage.hpp"
+#include "unitops/roster/roster.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 
 namespace unitops {
@@ -126,18 +128,33 @@ TEST(ContinuousStorage, HoldsTheFeedForItsResidenceTimeAndPassesItOn) {
     EXPECT_GT(store.HeatingDuty(), 0.0);
 }
 
+// Each way of connecting the outlets wrongly has its own message, shown to the user word for word.
 TEST(ContinuousStorage, NeedsExactlyOneOutletBesidesTheVent) {
-    auto doc = test::MakeDoc({"Water"});
-    CTalProcedure& p = test::AddProcedure(*doc, "P-1", 0xA070);
-    p.ConnectIn(0, &test::AddFeed(*doc, "FEED", {0.1}, 300.0));
-    CTalOperation& store = *p.GetOp(0);
-    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
-    p.ConnectOut(p.VentPortID(), &test::AddStream(*doc, "VENT"));
-    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
-    p.ConnectOut(0, &test::AddStream(*doc, "OUT"));
-    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 1);
-    p.ConnectOut(1, &test::AddStream(*doc, "OUT-2"));
-    EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
+    for (unsigned model : {0xA70Cu, 0xA710u}) {  // liquid and solids forms
+        SCOPED_TRACE(model);
+        auto doc = test::MakeDoc({"Water"});
+        CTalProcedure& p = test::AddProcedure(*doc, "P-1", 0xA070);
+        p.ConnectIn(0, &test::AddFeed(*doc, "FEED", {0.1}, 300.0));
+        p.RemoveOperation(p.GetOp(0));
+        p.AddOperation(CreateOperationFromRoster0(&p, model));
+        CTalOperation& store = *p.GetOp(0);
+        CWnd window;
+        const auto message = [&] { return store.Messages().empty() ? std::string() : store.Messages().back().text; };
+        EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(nullptr), 0);
+        EXPECT_TRUE(store.Messages().empty());  // silent without a window
+        EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(&window), 0);
+        EXPECT_EQ(message(), "There must be a stream attached to the outlet\nport for transferring out the material.");
+        p.ConnectOut(p.VentPortID(), &test::AddStream(*doc, "VENT"));
+        EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(&window), 0);
+        EXPECT_EQ(message(), "Please draw an output stream that is attached to a\nnon-vent port for removing the liquid/solid material.");
+        p.ConnectOut(0, &test::AddStream(*doc, "OUT"));
+        const std::size_t shown = store.Messages().size();
+        EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(&window), 1);
+        EXPECT_EQ(store.Messages().size(), shown);
+        p.ConnectOut(1, &test::AddStream(*doc, "OUT-2"));
+        EXPECT_EQ(store.IsAdequatelyConnectedForSimulation(&window), 0);
+        EXPECT_EQ(message(), "There must be only one stream attached to an outlet\nnon-vent port for removing the liquid/solid material.");
+    }
 }
 
 }  // namespace

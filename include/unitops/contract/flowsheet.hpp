@@ -7,10 +7,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "unitops/contract/cleaning_skid.hpp"
 #include "unitops/contract/component.hpp"
 #include "unitops/contract/messages.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/contract/recycle.hpp"
+#include "unitops/contract/schedule_settings.hpp"
 #include "unitops/contract/stream.hpp"
 
 namespace unitops {
@@ -29,6 +31,8 @@ public:
     QuestionPolicy questionPolicy = QuestionPolicy::NoChange;
     //! How recycle loops are torn and converged (tolerance, iterations, preferred tear streams).
     RecycleOptions recycleOptions;
+    //! Start relations of the batch recipe, plant cycle time and annual operating time.
+    ScheduleSettings schedule;
 
     //! True when data changed since the last completed simulation (or none ran yet).
     bool IsSimModified() const { return simModified_; }
@@ -60,6 +64,9 @@ public:
     //! redefined). Every stream, feed definition, procedure state, default contents and operation
     //! keeps each component's data by name; components new to the list start empty.
     void UpdateComponentList(std::vector<std::unique_ptr<CTalPureComponent>> definitions);
+    //! Gives the component `from` the name `to`: the mixtures that hold it and every operation
+    //! that names it follow. False (nothing changes) if there is no `from` or `to` is taken.
+    bool RenameComponent(std::string_view from, const std::string& to);
 
     // Stock mixtures: named mixtures of the flowsheet's components
     const CTalStockMixture& AddStockMixture(CTalStockMixture mixture);
@@ -70,6 +77,9 @@ public:
     bool GetStockMixture(std::string_view name, std::vector<double>& massFractions) const;
     //! Density of the mixture, kg/m3; 0 if there is no such mixture.
     double GetStockMixtureDensity(std::string_view name) const;
+    //! Gives the mixture `from` the name `to`, and every operation that names it follows. False
+    //! (nothing changes) if there is no `from` or `to` is taken.
+    bool RenameStockMixture(std::string_view from, const std::string& to);
 
     // Agents
     CTalHeatTransferAgent& AddAgent(std::unique_ptr<CTalHeatTransferAgent> a);
@@ -78,6 +88,13 @@ public:
     CTalHeatTransferAgent* GetDefaultCoolingAgent(std::string_view name) const;
     CTalHeatTransferAgent* GetDefaultAgent(std::string_view name) const { return FindAgent(name); }
     const std::vector<std::unique_ptr<CTalHeatTransferAgent>>& Agents() const { return agents_; }
+
+    // Cleaning skids, shared by the operations that clean or steam vessels in place
+    CTalIPCleaningSkid& AddSkid(std::unique_ptr<CTalIPCleaningSkid> skid);
+    CTalIPCleaningSkid* GetSkid(std::string_view name) const;
+    const std::vector<std::unique_ptr<CTalIPCleaningSkid>>& Skids() const { return skids_; }
+    //! Unties every operation from the skid, then deletes it.
+    void RemoveSkid(const CTalIPCleaningSkid* skid);
 
     // Streams and procedures
     CTalStream& AddStream(std::unique_ptr<CTalStream> s);
@@ -121,6 +138,8 @@ private:
     ComponentList compList_;
     std::vector<std::unique_ptr<CTalHeatTransferAgent>> agents_;
     std::vector<CTalStockMixture> mixtures_;
+    // Before the procedures, so that their operations, destroyed first, may still untie from them.
+    std::vector<std::unique_ptr<CTalIPCleaningSkid>> skids_;
     std::vector<std::unique_ptr<CTalStream>> streams_;
     std::vector<std::unique_ptr<CTalProcedure>> procedures_;
     // Look-ups by name (the first of a name wins, as in the lists) and by address; rebuilt after a

@@ -51,6 +51,10 @@ public:
     void Serialize(CArchive& ar) override;
     virtual CTalIPCleaningSkid* Skid() const { return nullptr; }
     virtual void SetSkid(CTalIPCleaningSkid*) {}
+    //! The skid the operation works with: its skid unless it is told to ignore it.
+    virtual const CTalIPCleaningSkid* SkidInUse() const { return nullptr; }
+    //! Adds the satellite equipment that the operation uses (a cleaning skid) to `list`.
+    virtual void GetSateliteEquipmentUsed(std::vector<CObject*>& /*list*/, int /*flag*/) const {}
     virtual CTalEmissions* EmissionsData() { return nullptr; }
     virtual CTalDiscreteEntity* Entity() const { return nullptr; }
     virtual void SetOwner(CTalProcedure* owner);
@@ -70,6 +74,10 @@ public:
     //! from a supply that is not a stream, and at what rate (kg/s over its process time).
     virtual bool IsBlendedNSIngredientBeingUsed(std::string_view) const { return false; }
     virtual double BlendedNSIngredientConsumption(std::string_view, int) const { return 0.0; }
+    //! The same for an ingredient used as it is rather than blended into a stream (a cleaning
+    //! agent): with `blendedAlso` 0 a component counts also through the mixtures that hold it.
+    virtual bool IsNonBlendedNSIngredientBeingUsed(std::string_view, int /*blendedAlso*/) const { return false; }
+    virtual double NonBlendedNSIngredientConsumption(std::string_view, int /*blendedAlso*/) const { return 0.0; }
     virtual bool IsDesignSpec() const { return false; }
     virtual double TotalPower() const { return m_Power; }
     //! Seconds of one batch over which `HeatingDuty`, `CoolingDuty` and `AgentRate` are given: by
@@ -104,6 +112,9 @@ public:
     virtual void UpdateForNewCompDef(const ComponentList& oldComps);
     //! The same for an operation brought from a flowsheet with `oldComps` into one with `newComps`.
     virtual void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps);
+    //! A component or stock mixture of the flowsheet was renamed from `from` to `to`: an
+    //! operation that names it by text follows.
+    virtual void IngredientRenamed(const std::string& /*from*/, const std::string& /*to*/) {}
     virtual void SetFlowsheet(CTalDocEss* doc) { m_Flowsheet = doc; }
     virtual void UpdateForNewPlantBatchTime(double oldTime, double newTime);
     virtual void OnNotifyAfterDocOpening() {}

@@ -46,4 +46,20 @@ private:
     int type_ = 11;
 };
 
+//! Concentrations, kept in kg/m3 and shown by mass or by moles. Unit codes: 0x400 kg/m3 (the
+//! same as g/L), 0x401 mg/L, 0x402 kmol/m3 (the same as mol/L), 0x403 mmol/L. The molar units
+//! need the molecular weight of the component whose concentration it is.
+class CTalConcentrationPQ : public CTalPhysicalQuantity {
+public:
+    CTalConcentrationPQ() { units_ = 0x400; }
+    explicit CTalConcentrationPQ(int code) { units_ = code; }
+    //! kg/m3 in one of the display unit, for a component of molecular weight `mw` (kg/kmol).
+    double ConvFToRefUnits(double mw) const;
+    //! The display unit for a component of molecular weight `mw`.
+    DisplayUnit DisplayFor(double mw) const { return {UnitsNameOf(units_), 1.0 / ConvFToRefUnits(mw), 0.0}; }
+    DisplayUnit Display() const override { return DisplayFor(1.0); }
+    static const char* UnitsNameOf(int code);
+    static constexpr int kFirstUnits = 0x400, kLastUnits = 0x403;
+};
+
 }  // namespace unitops

@@ -3,19 +3,30 @@
 // extent of a stoichiometric reaction, and the schemes (ordered lists) that the operations own.
 // The chemistry of a scheme on a stream state is CTalSModel::MultipleStoichRxnCalculations.
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "unitops/contract/archive.hpp"
 #include "unitops/contract/component.hpp"
 #include "unitops/contract/messages.hpp"
 
 namespace unitops {
 
-class CArchive;
 class CTalOperation;
+
+//! Fields of the reactions in the archive: a counted array of doubles, a 16-bit flag, a value.
+namespace reaction_fields {
+void SerializeArray(CArchive& ar, std::vector<double>& a);
+void SerializeWord(CArchive& ar, int& v);
+void SerializeValue(CArchive& ar, double& v);
+void SerializeValue(CArchive& ar, std::string& v);
+void SerializeValue(CArchive& ar, std::int32_t& v);
+}  // namespace reaction_fields
 
 //! Tolerance of the signed mass sum of a reaction's coefficients (kg per kmol or per kg of extent).
 inline constexpr double kStoichMassTolerance = 0.001;
@@ -163,29 +174,66 @@ public:
     virtual void Serialize(CArchive& ar) = 0;
 };
 
-class CTalStoichReactionScheme : public CTalReactionScheme {
+//! A scheme that owns reactions of one class: insert, remove, deep copy, save and load.
+template <class R>
+class CTalOwnedReactionScheme : public CTalReactionScheme {
 public:
-    CTalStoichReactionScheme() = default;
-    CTalStoichReactionScheme(const CTalStoichReactionScheme&) = delete;
-    CTalStoichReactionScheme& operator=(const CTalStoichReactionScheme&) = delete;
+    CTalOwnedReactionScheme() = default;
+    CTalOwnedReactionScheme(const CTalOwnedReactionScheme&) = delete;
+    CTalOwnedReactionScheme& operator=(const CTalOwnedReactionScheme&) = delete;
 
     int NumberOfReactions() const override { return static_cast<int>(reactions_.size()); }
     CTalReaction& Reaction(int i) const override { return *GetAt(i); }
-    CTalStoichReaction* GetAt(int i) const { return reactions_[static_cast<std::size_t>(i)].get(); }
-    CTalStoichReaction& operator[](int i) const { return *GetAt(i); }
-    void InsertAt(int i, std::unique_ptr<CTalStoichReaction> r);
-    void Add(std::unique_ptr<CTalStoichReaction> r) { reactions_.push_back(std::move(r)); }
-    void RemoveAt(int i);
+    R* GetAt(int i) const { return reactions_[static_cast<std::size_t>(i)].get(); }
+    R& operator[](int i) const { return *GetAt(i); }
+    void Add(std::unique_ptr<R> r) { reactions_.push_back(std::move(r)); }
+    void InsertAt(int i, std::unique_ptr<R> r) {
+        const auto at = std::clamp<std::ptrdiff_t>(i, 0, static_cast<std::ptrdiff_t>(reactions_.size()));
+        reactions_.insert(reactions_.begin() + at, std::move(r));
+    }
+    void RemoveAt(int i) {
+        if (i >= 0 && i < NumberOfReactions()) reactions_.erase(reactions_.begin() + i);
+    }
     void RemoveAll() { reactions_.clear(); }
     //! Deep copy into `target`, whose reactions then belong to `owner`.
-    void CopyInto(CTalStoichReactionScheme& target, CTalOperation* owner) const;
-    //! The reactions by ascending sequence number (stable for equal numbers).
-    std::vector<CTalStoichReaction*> InSequence() const;
-
-    void Serialize(CArchive& ar) override;
+    void CopyInto(CTalOwnedReactionScheme& target, CTalOperation* owner) const {
+        if (&target == this) return;
+        target.reactions_.clear();
+        for (const auto& r : reactions_) {
+            auto copy = std::make_unique<R>();
+            r->CopyDataInto(*copy);
+            copy->SetOperation(owner);
+            target.reactions_.push_back(std::move(copy));
+        }
+    }
+    void Serialize(CArchive& ar) override {
+        std::int32_t n = NumberOfReactions();
+        if (ar.IsStoring()) {
+            ar << n;
+            for (const auto& r : reactions_) r->Serialize(ar);
+            return;
+        }
+        ar >> n;
+        // Each reaction takes at least its name's length byte, a flag and two counts.
+        if (n < 0 || static_cast<std::size_t>(n) > ar.Remaining() / 8) ar.Fail("bad count of reactions");
+        CTalOperation* owner = reactions_.empty() ? nullptr : reactions_.front()->Operation();
+        reactions_.clear();
+        for (std::int32_t i = 0; i < n; ++i) {
+            auto r = std::make_unique<R>();
+            r->Serialize(ar);
+            r->SetOperation(owner);
+            reactions_.push_back(std::move(r));
+        }
+    }
 
 private:
-    std::vector<std::unique_ptr<CTalStoichReaction>> reactions_;
+    std::vector<std::unique_ptr<R>> reactions_;
+};
+
+class CTalStoichReactionScheme : public CTalOwnedReactionScheme<CTalStoichReaction> {
+public:
+    //! The reactions by ascending sequence number (stable for equal numbers).
+    std::vector<CTalStoichReaction*> InSequence() const;
 };
 
 }  // namespace unitops

@@ -40,6 +40,7 @@ enum class Quantity : std::uint8_t {
     Viscosity,              //!< Pa s
     Velocity,               //!< m/s
     SpecificEnergy,         //!< J/kg, a heat per mass
+    VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
 const char* QuantityName(Quantity q);

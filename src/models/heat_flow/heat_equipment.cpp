@@ -38,10 +38,6 @@ TAL_IMPLEMENT_CLASS(CTalHeatExchanger, CTalEquipment)
 TAL_IMPLEMENT_CLASS(CTalElectricHeater, CTalEquipment)
 TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalElectricCooler, CTalElectricHeater)
 
-namespace {
-
-// The size of one unit for a requirement of `required` in all units: the first operation of a
-// pass sets it, later ones can only raise the total; above `maximum` units are added.
 bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double& size, unsigned& message) {
     if (!e.m_IsSizedInThisRun) {
         size = required;
@@ -60,13 +56,6 @@ bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double
     return true;
 }
 
-// The checks of the equipment page: the maximum in design mode, the size and the number of
-// units in rating mode.
-struct SizeLabels {
-    const char* maximum;
-    const char* size;
-};
-
 int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double maximum, double size, SizeLabels labels) {
     if (group != 0 && group != 1) return 1;
     if (e.IsDesignMode() && maximum < 1e-15) return ReportRange(page, 0x600, labels.maximum, 0x640);
@@ -75,7 +64,19 @@ int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double 
     return 1;
 }
 
-}  // namespace
+void WritePowerSize(std::FILE* f, double power) {
+    std::fprintf(f, "%17s Power = %-.2lf kW\n\n", "", power);  // shown in kW
+}
+
+// Reports are written in display units: the powers are in kW here.
+void WritePowerRating(const CTalEquipment& e, std::FILE* f, double power, double maxPower) {
+    if (!e.IsDesignMode()) {
+        std::fprintf(f, "Rated Power      = %-15.2lf(kW)\n", power);
+        std::fprintf(f, "Number Of Units  = %-15d\n", e.NumberOfUnits());
+    } else {
+        std::fprintf(f, "Max Power        = %-15.2lf(kW)\n", maxPower);
+    }
+}
 
 // ---------------------------------------------------------------- CTalHeatExchanger
 
@@ -211,19 +212,11 @@ int CTalElectricHeater::IsSimDataComplete(int group, CTalEquipmentPP* page, int 
     });
 }
 
-void CTalElectricHeater::WriteEER_Description(std::FILE* f, int) {
-    std::fprintf(f, "%17s Power = %-.2lf kW\n\n", "", m_Power);  // shown in kW
-}
+void CTalElectricHeater::WriteEER_Description(std::FILE* f, int) { WritePowerSize(f, m_Power); }
 
-// Reports are written in display units: the powers are in kW here.
 void CTalElectricHeater::WriteIDR_Description(std::FILE* f, int flag) {
     CTalEquipment::WriteIDR_Description(f, flag);
-    if (!IsDesignMode()) {
-        std::fprintf(f, "Rated Power      = %-15.2lf(kW)\n", m_Power);
-        std::fprintf(f, "Number Of Units  = %-15d\n", m_NumberOfUnits);
-    } else {
-        std::fprintf(f, "Max Power        = %-15.2lf(kW)\n", m_MaxPower);
-    }
+    WritePowerRating(*this, f, m_Power, m_MaxPower);
 }
 
 bool CTalElectricHeater::SetNumericalValue(int id, double value, int flag) {

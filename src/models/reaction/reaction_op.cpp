@@ -39,11 +39,51 @@ void CTalRxnOp::Serialize(CArchive& ar) {
     CTalThermalVesselOp::Serialize(ar);
     m_EmissionsSpec.Serialize(ar);
     SerializeOwnMembers(ar, Members());
+    if (CTalReactionScheme* scheme = Scheme()) {
+        scheme->Serialize(ar);
+        if (ar.IsLoading()) scheme->SetOwner(this);
+    }
 }
 
 void CTalRxnOp::SetOwner(CTalProcedure* owner) {
     CTalThermalVesselOp::SetOwner(owner);
     m_EmissionsSpec.SetOwner(this);
+    if (CTalReactionScheme* scheme = Scheme()) scheme->SetOwner(this);
+}
+
+void CTalRxnOp::OnNotifyAfterDocOpening() {
+    CTalThermalVesselOp::OnNotifyAfterDocOpening();
+    if (CTalReactionScheme* scheme = Scheme()) scheme->OnNotifyAfterDocOpening();
+}
+
+void CTalRxnOp::UpdateForNewCompDef(const ComponentList& oldComps) {
+    CTalReactionScheme* scheme = Scheme();
+    if (const ComponentList* comps = Comps(); scheme && comps) scheme->UpdateCompInfoFromOldFlowsheet(oldComps, *comps);
+    CTalThermalVesselOp::UpdateForNewCompDef(oldComps);
+}
+
+void CTalRxnOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    if (CTalReactionScheme* scheme = Scheme()) scheme->UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+    CTalThermalVesselOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+}
+
+void CTalRxnOp::ConvertToDisplayUnits() {
+    if (!IsInInternalUnits()) return;
+    if (CTalReactionScheme* scheme = Scheme()) scheme->ConvertToDisplayUnits();
+    CTalThermalVesselOp::ConvertToDisplayUnits();
+}
+
+void CTalRxnOp::ConvertToInternalUnits() {
+    if (IsInInternalUnits()) return;
+    if (CTalReactionScheme* scheme = Scheme()) scheme->ConvertToInternalUnits();
+    CTalThermalVesselOp::ConvertToInternalUnits();
+}
+
+int CTalRxnOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
+    return WithInternalUnits(*this, [&] {
+        if (const CTalReactionScheme* scheme = Scheme(); scheme && !scheme->IsSimDataComplete(group, page, flag)) return 0;
+        return CTalThermalVesselOp::IsSimDataComplete(group, page, flag, askUser);
+    });
 }
 
 void CTalRxnOp::CopyDataInto(CTalOperation* target, int flag) const {
@@ -127,6 +167,7 @@ int CTalRxnOp::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "Setup Time     = %-15.2lf\n", SetupTime());
     std::fprintf(f, "Reaction Time  = %-15.2lf\n", ProcessTime());
     m_EmissionsSpec.WriteIDR_Description(f);
+    if (const CTalReactionScheme* scheme = Scheme()) scheme->WriteIDR_Description(f);
     return 1;
 }
 
@@ -152,6 +193,11 @@ void CTalRxnOp::GetCustomDescription(std::string& text) const {
             break;
     }
     text += Format(" and pressure of %.3lf bar. ", internal ? m_OperPressure / 1e5 : m_OperPressure);
+    const CTalReactionScheme* scheme = Scheme();
+    if (!scheme || scheme->NumberOfReactions() == 1) return;
+    text += "Execute reactions: ";
+    for (int i = 0; i < scheme->NumberOfReactions(); ++i) text += (i ? ", " : "") + scheme->Reaction(i).Name();
+    text += ". ";
 }
 
 void CTalRxnOp::RecordData(int i, double x, int n, double* y) {
@@ -238,6 +284,22 @@ void CTalRxnOp::ProloguePower(bool guard) {
     } else {
         m_Power = m_SpecPower * V * units;
     }
+}
+
+bool CTalRxnOp::SolverPrologue(const CTalStateStream* in, CTalStateStream* out) {
+    in->CopyDataInto(*out, 1);
+    ProloguePressure(in, out);
+    const bool ventOK = PrologueVentCheck();
+    ProloguePower(false);
+    TakeUserDuty();
+    m_ReactionInState = in;
+    m_ReactionOutState = out;
+    return ventOK;
+}
+
+void CTalRxnOp::InitContinuousForm() {
+    SetAdiabaticMode();
+    m_IsContinuousModel = 1;
 }
 
 void CTalRxnOp::TakeUserDuty() {

@@ -25,15 +25,12 @@ std::string Format(const char* format, auto... args) {
 
 double Over(double a, double b) { return b > 1e-15 ? a / b : 0.0; }
 
-// The skid the operation would share with others is not kept by this host: a file names none.
-void SerializeNoSkid(CArchive& ar) {
-    if (ar.IsStoring()) {
-        ar.WriteObject(nullptr);
-    } else {
-        bool isNew = false;
-        std::unique_ptr<CObject> skid(ar.ReadObject(isNew));
-        if (!isNew) skid.release();  // a reference to an object read before belongs to its first reader
-    }
+// The name of the skid an operation is tied to, shown with its results ("" for none).
+MemberRow SkidNameRow(const SkidLink& (*link)(const CObject&)) {
+    return members::Computed("Skid", MemberType::Text, Quantity::None, display::kNone, [link](const CObject& o) -> MemberValue {
+               const CTalIPCleaningSkid* skid = link(o).Get();
+               return skid ? skid->Name() : std::string();
+           }).Result();
 }
 
 }  // namespace
@@ -70,9 +67,14 @@ TAL_IMPLEMENT_CLASS(CTalCIPStep, CObject)
 TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalCIPScheme, CObject)
 
 const MemberTable& CTalCIPOp::Members() {
-    static const MemberTable table(CTalOperation::Members(), {
-        members::Word("IgnoreSkid", &CTalCIPOp::m_IgnoreSkid).Choices(0, 1),
-    });
+    static const MemberTable table(CTalOperation::Members(), [] {
+        std::vector<MemberRow> rows;
+        rows.push_back(members::Word("IgnoreSkid", &CTalCIPOp::m_IgnoreSkid).Choices(0, 1));
+        MemberRow skid = SkidNameRow([](const CObject& o) -> const SkidLink& { return static_cast<const CTalCIPOp&>(o).m_SkidLink; });
+        skid.stored = false;
+        rows.push_back(std::move(skid));
+        return rows;
+    }());
     return table;
 }
 
@@ -84,6 +86,9 @@ const MemberTable& CTalSIPOp::Members() {
         rows.push_back(Word("IsRateGiven", &C::m_IsRateGiven).Choices(0, 1));
         rows.push_back(Real("AgentAmount", &C::m_AgentAmount, Quantity::Mass));
         rows.push_back(Word("IgnoreSkid", &C::m_IgnoreSkid).Choices(0, 1));
+        MemberRow skid = SkidNameRow([](const CObject& o) -> const SkidLink& { return static_cast<const C&>(o).m_SkidLink; });
+        skid.stored = false;
+        rows.push_back(std::move(skid));
         // The agent's rate is an input here when the rate is given; it is kept as the host's
         // `AgentRate`, whose row converts and copies it: this one only reads and sets it.
         MemberRow rate = Computed(
@@ -133,6 +138,15 @@ void CTalCIPStep::CopyDataInto(CTalCIPStep& target) const {
     CTalOperation* owner = target.m_Owner;
     target = *this;
     target.m_Owner = owner;
+}
+
+bool CTalCIPStep::DropsUndefinedComponent(const ComponentList& comps) {
+    if (!m_IsAgentPureComp || m_AgentName == "(none)") return false;
+    for (const CTalPureComponent* c : comps) {
+        if (c->name == m_AgentName) return false;
+    }
+    m_AgentName = "(none)";
+    return true;
 }
 
 double CTalCIPStep::AgentDensity() const {
@@ -315,7 +329,7 @@ void CTalCIPOp::Serialize(CArchive& ar) {
     } else {
         m_IgnoreSkid = ar.ReadWord();
     }
-    SerializeNoSkid(ar);
+    m_SkidLink.Serialize(ar);
     m_Scheme.Serialize(ar);
 }
 
@@ -334,7 +348,7 @@ void CTalCIPOp::ReadSingleStepLayout(CArchive& ar) {
     if (m_VersionNo >= 4.901) ar >> step.m_VolFlowPerCircumference >> step.m_VolFlowPerInternalSurface;
     ar >> step.m_TotalVolume >> step.m_AgentMassRate;
     m_IgnoreSkid = ar.ReadWord();
-    SerializeNoSkid(ar);
+    m_SkidLink.Serialize(ar);
     ar >> step.m_AgentName;
     step.m_IsAgentPureComp = ar.ReadWord();
     ar >> step.m_SupplyTemp;
@@ -355,7 +369,7 @@ void CTalCIPOp::WriteSingleStepLayout(CArchive& ar) {
     if (hasForms) ar << step.m_VolFlowPerCircumference << step.m_VolFlowPerInternalSurface;
     ar << step.m_TotalVolume << step.m_AgentMassRate;
     ar.WriteWord(m_IgnoreSkid);
-    SerializeNoSkid(ar);
+    m_SkidLink.Serialize(ar);
     ar << step.m_AgentName;
     ar.WriteWord(step.m_IsAgentPureComp);
     ar << step.m_SupplyTemp;
@@ -364,9 +378,39 @@ void CTalCIPOp::WriteSingleStepLayout(CArchive& ar) {
 void CTalCIPOp::CopyDataInto(CTalOperation* target, int flag) const {
     CTalOperation::CopyDataInto(target, flag);
     if (auto* t = dynamic_cast<CTalCIPOp*>(target)) {
+        m_SkidLink.CopyInto(t->m_SkidLink);
         t->m_Scheme.m_Owner = t;
         m_Scheme.CopyDataInto(t->m_Scheme);
     }
+}
+
+// A step's agent is named by text: a renamed component or mixture is followed (a step names the
+// kind of agent it takes, so a component and a mixture of one name stay apart).
+void CTalCIPOp::IngredientRenamed(const std::string& from, const std::string& to) {
+    const CTalDocEss* doc = Flowsheet();
+    const bool isComponent = doc && doc->GetComponentIndex(to) >= 0;
+    const bool isMixture = doc && doc->MixtureDefPtr(to);
+    for (auto& step : m_Scheme.m_Steps) {
+        if (step->m_AgentName != from) continue;
+        if ((step->m_IsAgentPureComp && isComponent) || (!step->m_IsAgentPureComp && isMixture)) step->m_AgentName = to;
+    }
+}
+
+// An agent that is no longer a component of the flowsheet is unset, and the user must set the
+// operation up again.
+void CTalCIPOp::UpdateForNewCompDef(const ComponentList& oldComps) {
+    CTalOperation::UpdateForNewCompDef(oldComps);
+    const ComponentList* comps = Comps();
+    bool dropped = false;
+    for (auto& step : m_Scheme.m_Steps) dropped = (comps && step->DropsUndefinedComponent(*comps)) || dropped;
+    if (dropped) ForceReinitialization();
+}
+
+void CTalCIPOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    CTalOperation::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
+    bool dropped = false;
+    for (auto& step : m_Scheme.m_Steps) dropped = step->DropsUndefinedComponent(newComps) || dropped;
+    if (dropped) SetIsInitializedByUser(0);
 }
 
 void CTalCIPOp::InitSimModelParams() {
@@ -380,23 +424,26 @@ void CTalCIPOp::InitSimModelParams() {
 
 void CTalCIPOp::InitCostParams() { InitLabor(1.0, 0.0, 0x1200, 0x1200); }
 
-bool CTalCIPOp::IsBlendedNSIngredientBeingUsed(std::string_view name) const {
+// A step counts for an agent of its own name; with `blendedAlso` 0 a stock mixture counts also
+// for each component of the flowsheet it holds, in its mass fraction.
+bool CTalCIPOp::IsNonBlendedNSIngredientBeingUsed(std::string_view name, int blendedAlso) const {
     const CTalDocEss* doc = Flowsheet();
     for (const auto& step : m_Scheme.m_Steps) {
         if (step->m_AgentName == name) return true;
-        const CTalStockMixture* m = !step->m_IsAgentPureComp && doc ? doc->MixtureDefPtr(step->m_AgentName) : nullptr;
+        if (blendedAlso != 0 || step->m_IsAgentPureComp || !doc || doc->GetComponentIndex(name) < 0) continue;
+        const CTalStockMixture* m = doc->MixtureDefPtr(step->m_AgentName);
         if (m && m->MassFrac(name) > 0.0) return true;
     }
     return false;
 }
 
-double CTalCIPOp::BlendedNSIngredientConsumption(std::string_view name, int flag) const {
+double CTalCIPOp::NonBlendedNSIngredientConsumption(std::string_view name, int blendedAlso) const {
     const CTalDocEss* doc = Flowsheet();
     double total = 0.0;
     for (const auto& step : m_Scheme.m_Steps) {
         if (step->m_AgentName == name) {
             total += step->m_AgentMassRate;
-        } else if (flag == 0 && !step->m_IsAgentPureComp && doc && doc->GetComponentIndex(name) >= 0) {
+        } else if (blendedAlso == 0 && !step->m_IsAgentPureComp && doc && doc->GetComponentIndex(name) >= 0) {
             const CTalStockMixture* m = doc->MixtureDefPtr(step->m_AgentName);
             total += m ? step->m_AgentMassRate * m->MassFrac(name) : 0.0;
         }
@@ -446,6 +493,7 @@ int CTalCIPOp::Solve(CTalStateStream* before, CTalStateStream* after, int) {
 
 int CTalCIPOp::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
+    m_SkidLink.WriteIDR_Description(f, m_IgnoreSkid);
     std::fprintf(f, "\nREACTION DATA \n\n");
     for (const auto& step : m_Scheme.m_Steps) step->WriteDescription(f);
     return 1;
@@ -472,12 +520,17 @@ void CTalSIPOp::Serialize(CArchive& ar) {
         m_IsRateGiven = ar.ReadWord();
         ar >> m_AgentAmount;
     }
-    SerializeNoSkid(ar);
+    m_SkidLink.Serialize(ar);
     if (ar.IsStoring()) {
         ar.WriteWord(m_IgnoreSkid);
     } else {
         m_IgnoreSkid = ar.ReadWord();
     }
+}
+
+void CTalSIPOp::CopyDataInto(CTalOperation* target, int flag) const {
+    CTalOperation::CopyDataInto(target, flag);
+    if (auto* t = dynamic_cast<CTalSIPOp*>(target)) m_SkidLink.CopyInto(t->m_SkidLink);
 }
 
 void CTalSIPOp::InitSimModelParams() {
@@ -518,6 +571,7 @@ int CTalSIPOp::Solve(CTalStateStream* before, CTalStateStream* after, int) {
 
 int CTalSIPOp::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
+    m_SkidLink.WriteIDR_Description(f, m_IgnoreSkid);
     std::fprintf(f, "Agent Amount    = %-15.2lf kg \n", m_AgentAmount);
     std::fprintf(f, "Agent Rate      = %-15.2lf kg/min \n", m_AgentRate / 60.0);  // shown in kg/h here
     return 1;

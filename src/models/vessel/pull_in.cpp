@@ -40,19 +40,30 @@ const MemberTable& CTalPullInOp::Members() {
         Real("FinalMass", &C::m_FinalMass, Quantity::Mass),
         Real("FinalLiquidVolume", &C::m_FinalLiquidVolume, Quantity::Volume, display::kLitre),
         Text("DesignComponent", &C::m_DesignComponent),
-        Real("FinalConcentration", &C::m_FinalConcentration, Quantity::Concentration),
+        Real("FinalConcentration", &C::m_FinalConcentration, Quantity::Concentration)
+            .Shown([](const CObject& o) { return static_cast<const C&>(o).ConcentrationDisplay(); }),
         Real("FinalMassFrac", &C::m_FinalMassFrac, Quantity::Fraction, display::kPercent),
         Real("RelativeError", &C::m_RelativeError, Quantity::Dimensionless),
         Int("MaxIterations", &C::m_MaxIterations),
         Word("IgnoreInitialVapor", &C::m_IgnoreInitialVapor).Choices(0, 1),
         // The display unit of the final concentration, stored as its quantity object.
-        Word("ConcentrationUnits", &C::m_ConcentrationUnits).Since(5.0008, 0x400),
+        Word("ConcentrationUnits", &C::m_ConcentrationUnits)
+            .Since(5.0008, 0x400)
+            .Choices(CTalConcentrationPQ::kFirstUnits, CTalConcentrationPQ::kLastUnits),
         PerformEmissionCalcsRow(&C::m_EmissionsSpec),
     });
     return table;
 }
 
 TAL_IMPLEMENT_CLASS(CTalPullInOp, CTalTransferOp)
+
+// A molar unit takes the molecular weight of the component; one that the flowsheet does not
+// know counts as water's 18.
+DisplayUnit CTalPullInOp::ConcentrationDisplay() const {
+    const CTalDocEss* doc = Flowsheet();
+    const CTalPureComponent* c = doc ? doc->ComponentDefPtr(m_DesignComponent) : nullptr;
+    return CTalConcentrationPQ(m_ConcentrationUnits).DisplayFor(c ? c->MolecularWeight() : 18.0);
+}
 
 //! What one solve works on: the real stream S, a private copy U that carries the pulled flow,
 //! the liquid part G of the contents before, and the amounts of the contents before.

@@ -3,6 +3,8 @@
 // heater and cooler, sized by their power. All three are sized to the largest requirement of the
 // operations that share them in a pass, and split into parallel units above their maximum.
 
+#include <cstdio>
+
 #include "unitops/contract/equipment.hpp"
 #include "unitops/roster/identity.hpp"
 
@@ -12,6 +14,25 @@ namespace unitops {
 //! Differences of opposite sign (or a zero one) have no log mean: the answer is 0 then, which
 //! the models treat as "no driving force", never a NaN.
 double LogMeanTempDifference(double dT1, double dT2);
+
+//! The size of one unit for a requirement of `required` in all units: the first operation of a
+//! pass sets it, later ones can only raise the total; above `maximum` units are added. False
+//! (with `message`) only when the number of units cannot be represented.
+bool SizeToRequirement(CTalEquipment& e, double required, double maximum, double& size, unsigned& message);
+
+//! Labels of the equipment page's checks of the maximum (design) and the size (rating).
+struct SizeLabels {
+    const char* maximum;
+    const char* size;
+};
+//! The checks of the equipment page in groups 0 and 1: the maximum in design mode, the size and
+//! the number of units in rating mode.
+int CheckSizes(const CTalEquipment& e, int group, CTalEquipmentPP* page, double maximum, double size, SizeLabels labels);
+
+//! Report lines of equipment rated by its power per unit, in display units (kW): the rated power
+//! and units in rating, the maximum in design; and the equipment report's line.
+void WritePowerRating(const CTalEquipment& e, std::FILE* f, double power, double maxPower);
+void WritePowerSize(std::FILE* f, double power);
 
 class CTalHeatExchanger : public CTalEquipment {
     TAL_DECLARE_CLASS(CTalHeatExchanger)

@@ -13,6 +13,7 @@
 namespace unitops {
 
 class CTalReaction;
+class CTalReactionScheme;
 
 class CTalRxnOp : public CTalThermalVesselOp {
     TAL_DECLARE_CLASS(CTalRxnOp)
@@ -27,6 +28,12 @@ public:
     void Serialize(CArchive& ar) override;
     CTalEmissions* EmissionsData() override { return &m_EmissionsSpec; }
     void SetOwner(CTalProcedure* owner) override;
+    void OnNotifyAfterDocOpening() override;
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
+    void ConvertToDisplayUnits() override;
+    void ConvertToInternalUnits() override;
+    int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
     int IsAdequatelyConnectedForSimulation(CWnd* wnd) override;
     bool IsInPortUsed(int port, int flag) const override;
     bool IsOutPortUsed(int port, int flag) const override;
@@ -60,6 +67,10 @@ public:
     CTalReactorDR m_DefaultRecorder;
 
 protected:
+    //! The scheme that a form holding reactions forwards to (saving after the operation's own
+    //! data, ownership, components, units, checks before the operation's, reports); none here.
+    virtual CTalReactionScheme* Scheme() { return nullptr; }
+    const CTalReactionScheme* Scheme() const { return const_cast<CTalRxnOp*>(this)->Scheme(); }
     //! The body of Solve of the batch vessel forms; `copyFirst` copies `in` to `out` before all.
     //! `emptyText` is the message of a vessel without liquid or solid (the reaction's by default).
     int BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
@@ -74,6 +85,12 @@ protected:
     bool PrologueVentCheck();
     //! Power from the specific power or the other way round; `guard` protects an empty vessel.
     void ProloguePower(bool guard);
+    //! The opening of the balances that run a solver: `out` a copy of `in`, pressure, vent check,
+    //! power, the user's duty, and the two states recorded for the solver's callbacks. Returns
+    //! the vent check.
+    bool SolverPrologue(const CTalStateStream* in, CTalStateStream* out);
+    //! The settings of a continuous vessel form: adiabatic, continuous.
+    void InitContinuousForm();
     //! In duty-set mode, a non-zero ExternalDuty is the user's net duty: it sets the heating or
     //! the cooling duty that the balance reads.
     void TakeUserDuty();

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "unitops/contract/cleaning_skid.hpp"
 #include "unitops/contract/operation.hpp"
 #include "unitops/contract/quantities.hpp"
 #include "unitops/roster/identity.hpp"
@@ -19,6 +20,25 @@
 namespace unitops {
 
 class CTalCIPOp;
+
+// Both operations may be tied to a cleaning skid of the flowsheet, which they share with others;
+// `m_IgnoreSkid` 1 keeps the skid named but unused.
+#define TAL_SKID_OVERRIDES                                                                         \
+    CTalIPCleaningSkid* Skid() const override { return m_SkidLink.Get(); }                         \
+    void SetSkid(CTalIPCleaningSkid* skid) override { m_SkidLink.Set(skid); }                      \
+    const CTalIPCleaningSkid* SkidInUse() const override { return m_SkidLink.InUse(m_IgnoreSkid); } \
+    void GetSateliteEquipmentUsed(std::vector<CObject*>& list, int) const override {               \
+        if (m_SkidLink.Get()) list.push_back(m_SkidLink.Get());                                    \
+    }                                                                                              \
+    void SetFlowsheet(CTalDocEss* doc) override {                                                  \
+        CTalOperation::SetFlowsheet(doc);                                                          \
+        m_SkidLink.FlowsheetChanged();                                                             \
+    }                                                                                              \
+    void SetOwner(CTalProcedure* owner) override {                                                 \
+        CTalOperation::SetOwner(owner);                                                            \
+        m_SkidLink.FlowsheetChanged();                                                             \
+    }                                                                                              \
+    void OnNotifyAfterDocOpening() override { m_SkidLink.AdoptIntoFlowsheet(); }
 
 class CTalCIPStep : public CObject {
     TAL_DECLARE_CLASS(CTalCIPStep)
@@ -37,6 +57,8 @@ public:
     void Compute(const CTalEquipment* equipment, double processTime);
     void WriteDescription(std::FILE* f) const;
     double AgentDensity() const;
+    //! A pure-component agent missing from `comps` becomes "(none)"; true if it did.
+    bool DropsUndefinedComponent(const ComponentList& comps);
 
     CTalOperation* m_Owner = nullptr;
     std::string m_Name = "Cleaning Step #1";
@@ -81,15 +103,19 @@ class CTalCIPOp : public CTalOperation {
 public:
     CTalCIPOp();
     TAL_OPERATION_IDENTITY(0xA218)
+    TAL_SKID_OVERRIDES
 
     void Serialize(CArchive& ar) override;
     int IsCyclical() const override { return 1; }
     int CanSizeEquipment(const CTalEquipment*) const override { return 0; }
     bool AffectsTPorCompOfContents() const override { return false; }
     bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return false; }
-    bool IsBlendedNSIngredientBeingUsed(std::string_view name) const override;
-    double BlendedNSIngredientConsumption(std::string_view name, int flag) const override;
+    bool IsNonBlendedNSIngredientBeingUsed(std::string_view name, int blendedAlso) const override;
+    double NonBlendedNSIngredientConsumption(std::string_view name, int blendedAlso) const override;
     void CopyDataInto(CTalOperation* target, int flag) const override;
+    void IngredientRenamed(const std::string& from, const std::string& to) override;
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
     void InitSimModelParams() override;
     void InitCostParams() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
@@ -103,6 +129,7 @@ public:
     double StepsDuration() const;
 
     int m_IgnoreSkid = 1;
+    SkidLink m_SkidLink{*this};
     CTalCIPScheme m_Scheme;
 
 private:
@@ -115,8 +142,10 @@ class CTalSIPOp : public CTalOperation {
 public:
     CTalSIPOp() = default;
     TAL_OPERATION_IDENTITY(0xA238)
+    TAL_SKID_OVERRIDES
 
     void Serialize(CArchive& ar) override;
+    void CopyDataInto(CTalOperation* target, int flag) const override;
     int IsCyclical() const override { return 1; }
     int CanSizeEquipment(const CTalEquipment*) const override { return 0; }
     bool AffectsTPorCompOfContents() const override { return false; }
@@ -131,6 +160,7 @@ public:
     int m_IsRateGiven = 1;
     double m_AgentAmount = 150.0;  //!< kg per unit and cycle
     int m_IgnoreSkid = 1;
+    SkidLink m_SkidLink{*this};
 };
 
 }  // namespace unitops

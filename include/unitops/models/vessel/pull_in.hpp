@@ -37,6 +37,8 @@ public:
     void GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const override;
     bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return false; }
     bool IsScaleable() const override { return false; }
+    //! The unit in which the final concentration is shown (`m_ConcentrationUnits`).
+    DisplayUnit ConcentrationDisplay() const;
 
     int m_PullInBasis = kMassGiven;
     int m_PullInTarget = kMassRatio;
