@@ -3,6 +3,7 @@
 // (partition coefficients with one or two solvents, component splits), with their refusals.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "support/test_flowsheet.hpp"
@@ -116,6 +117,40 @@ TEST_F(CrystallizeTest, ThePolynomialMovesOtherComponentsCappedFromAboveOnly) {
     }
 }
 
+TEST_F(CrystallizeTest, ANegativeYieldReturnsNoMoreThanTheCrystalFormHolds) {
+    // 40 kg of salt and no salt crystals: y = -1 would return 40 kg of crystals that are not there.
+    Charge({700.0, 200.0, 10.0, 40.0, 0.0, 30.0}, 333.15);
+    op->m_YieldCoeffA[3] = -1.0;
+    ASSERT_EQ(proc->Solve(false), 1) << LastText(*op);
+    EXPECT_NEAR(Kg(1, 3), 40.0, 1e-9);
+    EXPECT_GE(Kg(1, 4), 0.0);
+    EXPECT_NEAR(Kg(1, 4), 0.0, 1e-12);
+    EXPECT_NEAR(State(1).MassFlow(), State(0).MassFlow(), 1e-15);
+    // With 20 kg of crystals, a yield of -1 gives back those 20 kg and no more.
+    Charge({700.0, 200.0, 10.0, 40.0, 20.0, 30.0}, 333.15);
+    ASSERT_EQ(proc->Solve(false), 1) << LastText(*op);
+    EXPECT_NEAR(Kg(1, 3), 60.0, 1e-9);
+    EXPECT_NEAR(Kg(1, 4), 0.0, 1e-12);
+    EXPECT_NEAR(State(1).MassFlow(), State(0).MassFlow(), 1e-15);
+}
+
+TEST_F(CrystallizeTest, EmissionsWithoutAGaseousStreamAreSkippedWithAWarning) {
+    op->m_EmissionsSpec.SetPerformEmissionCalcs(true);
+    proc->Solve(false);
+    const auto& msgs = op->Messages();
+    EXPECT_TRUE(std::any_of(msgs.begin(), msgs.end(), [](const auto& m) {
+        return m.text == "No stream is attached to the 'Gaseous' port.\nEmission calculations will be skipped.";
+    }));
+    EXPECT_NEAR(Kg(1, 2), 160.0 + 10.0, 1e-9);  // crystallized all the same
+}
+
+TEST_F(CrystallizeTest, AFeedOfAlmostNoVolumeIsEmpty) {
+    // About 1e-24 m3/s of liquid: empty when compared plainly with 1e-15.
+    for (int i = 0; i < 6; ++i) proc->GetState(0)->SetComponentFlow(i, 1e-22);
+    EXPECT_EQ(proc->Solve(false), 0);
+    EXPECT_EQ(LastText(*op), "No material is available for crystallization.\nCrystallization calculations will be skipped.");
+}
+
 TEST_F(CrystallizeTest, TwoComponentsShareOneCrystalFormAndCrystalFormsDoNotCrystallizeAgain) {
     ASSERT_TRUE(op->SetCrystalFormText("Product: Product Crystals; Product Crystals: Salt Crystals; Salt: Product Crystals"));
     op->m_YieldCoeffA[3] = 0.25;
@@ -135,6 +170,10 @@ TEST_F(CrystallizeTest, MissingComponentsAndBadDataAreRefused) {
     EXPECT_NEAR(Kg(1, 1), 200.0, 1e-9);  // the contents pass unchanged
     ASSERT_TRUE(op->SetCrystalFormText("Product: Product Crystals"));
     proc->GetState(0)->SetComponentFlow(1, 0.0);
+    EXPECT_EQ(proc->Solve(false), 0);
+    EXPECT_EQ(LastNumber(*op), 0x451Fu);
+    // No product and no crystal form: the missing product is told first.
+    ASSERT_TRUE(op->SetCrystalFormText("Product: Sugar Crystals"));
     EXPECT_EQ(proc->Solve(false), 0);
     EXPECT_EQ(LastNumber(*op), 0x451Fu);
     op->m_ProductYield = 1.01;
@@ -196,6 +235,41 @@ TEST_F(VaporizeTest, EachEndOptionEndsAtItsVolume) {
         EXPECT_NEAR(Kg(1, 1), 150.0, 1e-9);  // the solute stays
         EXPECT_NEAR(Kg(1, 0) + condensate->ComponentFlow(0) * kBatch + vent->ComponentFlow(0) * kBatch, 900.0, 1e-9);
     }
+}
+
+TEST_F(VaporizeTest, AnUnreachableTargetIsKeptAndRefusedAtEverySolve) {
+    // 0.05 m3 is below the volume of the solute alone, whichever option sets it.
+    struct Case {
+        int option;
+        double value;
+    };
+    for (const Case& c : {Case{0, 0.05}, Case{1, 0.95}, Case{2, 20.0}}) {
+        op->m_EndOption = c.option;
+        op->m_Volumes.finalVolume = c.option == 0 ? c.value : 0.0;
+        op->m_EvaporationVolume = c.option == 1 ? c.value : 0.0;
+        op->m_ConcentrationFactor = c.option == 2 ? c.value : 1.5;
+        for (int pass = 0; pass < 2; ++pass) {  // the host solves twice
+            EXPECT_EQ(proc->Solve(false), 0) << c.option << " pass " << pass;
+            EXPECT_NE(LastText(*op).find("The desired concentration is not feasible."), std::string::npos)
+                << c.option << " pass " << pass << ": " << LastText(*op);
+            EXPECT_NEAR(Kg(1, 0), 900.0, 1e-9);  // nothing evaporated
+        }
+        EXPECT_EQ(c.option == 0 ? op->m_Volumes.finalVolume : c.option == 1 ? op->m_EvaporationVolume : op->m_ConcentrationFactor,
+                  c.value)
+            << c.option;
+    }
+}
+
+TEST_F(VaporizeTest, AComponentThatDoesNotEvaporateEndsExtracellular) {
+    proc->GetState(0)->SetComponentExtraCellFrac(0, 0.5);
+    proc->GetState(0)->SetComponentExtraCellFrac(1, 0.4);
+    op->m_EndOption = 0;
+    op->m_Volumes.finalVolume = 0.6;
+    ASSERT_EQ(proc->Solve(false), 1) << LastText(*op);
+    EXPECT_NEAR(Kg(1, 1), 150.0, 1e-9);
+    EXPECT_EQ(State(1).ComponentExtraCellFrac(1), 1.0);  // the solute: nothing evaporated
+    // The solvent lost 400 kg of its 450 kg outside the cells: 50 of 500 kg remain outside.
+    EXPECT_NEAR(State(1).ComponentExtraCellFrac(0), 50.0 / 500.0, 1e-4);
 }
 
 TEST_F(VaporizeTest, ATargetEqualToTheFeedVolumeEvaporatesNothing) {

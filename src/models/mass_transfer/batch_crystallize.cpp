@@ -176,8 +176,11 @@ bool CTalBatchCrystallizeOp::IsCrystalForm(int i) const {
 void CTalBatchCrystallizeOp::MoveToCrystals(CTalStateStream* out, int from, int to, double y) {
     const double Ff = out->ComponentFlow(from);
     const double Ft = out->ComponentFlow(to);
-    out->SetComponentFlow(from, (1.0 - y) * Ff);
-    out->SetComponentFlow(to, y * Ff + Ft);
+    // A negative yield moves crystals back into solution; only what the crystal form holds can go
+    // back, so no flow turns negative and no mass is created.
+    const double moved = std::max(y * Ff, -Ft);
+    out->SetComponentFlow(from, Ff - moved);
+    out->SetComponentFlow(to, Ft + moved);
 }
 
 int CTalBatchCrystallizeOp::Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) {
@@ -186,22 +189,23 @@ int CTalBatchCrystallizeOp::Solve(CTalStateStream* before, CTalStateStream* afte
         return MaterialBalances(in, out, h);
     };
     return BatchReactionFrame(before, after, skipSizing, balance, true,
-                              "No material is available for crystallization.\nCrystallization calculations will be skipped.");
+                              "No material is available for crystallization.\nCrystallization calculations will be skipped.", 1.0);
 }
 
 int CTalBatchCrystallizeOp::MaterialBalances(const CTalStateStream* in, CTalStateStream* out, double headspace) {
-    const bool ventOK = PrologueVentCheck();
+    const bool ventOK = PrologueVentCheck("Gaseous");
     const double Vin = in->NonGaseousVolFlow() * BatchReferenceTime() / std::max(NumberOfCycles(), 1);
     // The power follows the charge, not the working volume of one unit.
     PowerFromCharge(Vin);
     const int p = GetComponentIndex(m_ProductComp);
     const int q = p < 0 ? -1 : GetComponentIndex(m_CrystalForm[static_cast<std::size_t>(p)]);
-    if (p < 0 || q < 0) {
-        AbnormalSimEnding(kMsgMissingComponent);
+    // No product to crystallize comes first; a product that is not a component has none either.
+    if (p < 0 || out->ComponentFlow(p) < 1e-15) {
+        AbnormalSimEnding(kMsgNoProduct);
         return kBalanceEndedAbnormally;
     }
-    if (out->ComponentFlow(p) < 1e-15) {
-        AbnormalSimEnding(kMsgNoProduct);
+    if (q < 0) {
+        AbnormalSimEnding(kMsgMissingComponent);
         return kBalanceEndedAbnormally;
     }
     MoveToCrystals(out, p, q, m_ProductYield);

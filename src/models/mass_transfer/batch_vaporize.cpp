@@ -315,7 +315,11 @@ void CTalBatchVaporizeOp::EvaporateAtFractions(CTalStateStream* out, CTalStateSt
         vapor->SetComponentFlow(i, e);
         vapor->SetComponentVaporFrac(i, 1.0);
         out->SetComponentFlow(i, T - e);
-        if (!extraCellFirst || e <= 1e-15) continue;
+        if (!extraCellFirst) continue;
+        if (e <= 1e-15) {  // nothing evaporated: the residue counts as extracellular
+            out->SetComponentExtraCellFrac(i, 1.0);
+            continue;
+        }
         const double X2 = e < X ? X - e : 0.0;
         const double I2 = e < X ? I : T - e;
         out->SetComponentExtraCellFrac(i, I2 + X2 <= 1e-15 ? 1.0 : X2 / (I2 + X2));
@@ -419,6 +423,8 @@ int CTalBatchVaporizeOp::Solve(CTalStateStream* before, CTalStateStream* after, 
     const double Vin = before->NonGaseousVolFlow() * Tb / cycles;
     // The final volume is the target of option 0; sizing at the start must not replace it.
     const double target = m_Volumes.finalVolume;
+    const double evaporationTarget = m_EvaporationVolume;
+    const double factorTarget = m_ConcentrationFactor;
     int sizingOK = BatchVesselSizing(true, Vin, skipSizing);
     m_Volumes.finalVolume = target;
     std::unique_ptr<CTalStateStream> vapor = after->CreateCopy(after->Owner(), 1);
@@ -459,6 +465,11 @@ int CTalBatchVaporizeOp::Solve(CTalStateStream* before, CTalStateStream* after, 
     if (!AddAirLeak(vapor.get())) ok = false;
     if (!SendVapor(vapor.get(), vent, condensate)) ok = false;
     CalcEquipCapacityUtilF();
+    // The run writes what it reached into the members of the end options; the one the user set is
+    // given back so that the next solve aims at the same target (and says again when it cannot).
+    if (m_EndOption == kFinalVolume) m_Volumes.finalVolume = target;
+    if (m_EndOption == kEvaporationVolume) m_EvaporationVolume = evaporationTarget;
+    if (m_EndOption == kConcentrationFactor) m_ConcentrationFactor = factorTarget;
     return NormalSimEnding(sizingOK && ok && ratioOK);
 }
 
