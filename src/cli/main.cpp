@@ -2,6 +2,7 @@
 // saved one, check a flowsheet, list the models and the built-in database.
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -31,6 +32,32 @@ using namespace unitops;
 constexpr int kExitBadInput = 1;
 constexpr int kExitRunFailed = 2;
 constexpr int kExitInternal = 3;
+
+// True when the file at `path` is a flowsheet: a saved one, or JSON whose procedures are a list
+// (the results written by --json keep their procedures by name, so they are not flowsheets).
+bool HoldsAFlowsheet(const std::string& path, bool savedCounts) {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec)) return false;
+    std::vector<std::uint8_t> bytes;
+    try {
+        bytes = ReadBinaryFile(path);
+    } catch (const InputError&) {
+        return false;
+    }
+    if (IsSavedFlowsheet(bytes)) return savedCounts;
+    const nlohmann::json j = nlohmann::json::parse(bytes.begin(), bytes.end(), nullptr, false);
+    return j.is_object() && j.contains("procedures") && j["procedures"].is_array();
+}
+
+// An output file given with an option must not be a flowsheet: "simulate --json plant.json" would
+// otherwise take plant.json as the output, run the built-in example and overwrite the flowsheet.
+// A saved flowsheet may be saved over (simulate plant.uof --save plant.uof), unless no flowsheet
+// was given, when the built-in example would replace it.
+void RefuseToOverwriteAFlowsheet(const std::string& option, const std::string& path, bool savedCounts = true) {
+    if (path.empty() || !HoldsAFlowsheet(path, savedCounts)) return;
+    throw InputError(path, "is a flowsheet; " + option + " takes the output file to write, so it is not overwritten "
+                           "(give the flowsheet first: unitops simulate FILE " + option + " OUT)");
+}
 
 void WriteJsonFile(const std::string& path, const nlohmann::json& j) {
     std::ofstream out(path);
@@ -328,6 +355,10 @@ int main(int argc, char** argv) {
         return code == 0 && std::cout.good() && StandardOutputWritten() ? 0 : kExitBadInput;
     }
     try {
+        RefuseToOverwriteAFlowsheet("--json", sim.jsonOut);
+        RefuseToOverwriteAFlowsheet("--save", sim.saveOut, sim.file.empty());
+        RefuseToOverwriteAFlowsheet("--json", reportJson);
+        RefuseToOverwriteAFlowsheet("--svg", sched.svgOut);
         if (*validate) return Validate(validateFile);
         if (*models) return Models(modelsJson);
         if (*components) return Components(componentsJson);

@@ -24,6 +24,13 @@ void CTalIPCleaningSkid::Serialize(CArchive& ar) {
     }
 }
 
+// Operations may outlive the skid: a copy not yet placed in a procedure shares it, and goes on
+// living after the flowsheet is closed. Each one hooked up lets go of the skid here.
+CTalIPCleaningSkid::~CTalIPCleaningSkid() {
+    const std::vector<CTalOperation*> hooked = m_Operations;
+    for (CTalOperation* op : hooked) op->SetSkid(nullptr);
+}
+
 void CTalIPCleaningSkid::HookupWithOp(CTalOperation* op) {
     if (op && std::find(m_Operations.begin(), m_Operations.end(), op) == m_Operations.end()) m_Operations.push_back(op);
 }
@@ -96,6 +103,8 @@ void SkidLink::AdoptIntoFlowsheet() {
     if (held_ && doc) doc->AddSkid(std::move(held_));
 }
 
+// A skid knows its flowsheet rather than being handed it at each call; an operation moved into
+// another flowsheet therefore cannot use a skid that belongs to the first one, and drops it.
 void SkidLink::FlowsheetChanged() {
     CTalDocEss* doc = op_.Flowsheet();
     if (!doc) return;

@@ -1,5 +1,6 @@
 #include "unitops/contract/component.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 namespace unitops {
@@ -33,6 +34,10 @@ int FindComponentByName(const ComponentList& comps, std::string_view name) {
         if (comps[i]->name == name) return static_cast<int>(i);
     }
     return -1;
+}
+
+bool CTalStockMixture::IsPureCompIn(std::string_view component) const {
+    return std::any_of(ingredients.begin(), ingredients.end(), [&](const auto& i) { return i.first == component; });
 }
 
 double CTalStockMixture::MassFrac(std::string_view component) const {

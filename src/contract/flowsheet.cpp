@@ -68,10 +68,8 @@ CTalIPCleaningSkid* CTalDocEss::GetSkid(std::string_view name) const {
     return nullptr;
 }
 
+// The skid unties every operation hooked up with it as it goes, in the procedures or not.
 void CTalDocEss::RemoveSkid(const CTalIPCleaningSkid* skid) {
-    ForEachOperation([&](CTalOperation& op) {
-        if (op.Skid() == skid) op.SetSkid(nullptr);
-    });
     std::erase_if(skids_, [&](const auto& s) { return s.get() == skid; });
     simModified_ = true;
 }
@@ -103,6 +101,11 @@ bool CTalDocEss::RenameStockMixture(std::string_view from, const std::string& to
     ForEachOperation([&](CTalOperation& op) { op.IngredientRenamed(old, to); });
     simModified_ = true;
     return true;
+}
+
+void CTalDocEss::FollowRename(std::string& name, bool isComponent, const std::string& from, const std::string& to) const {
+    if (name != from) return;
+    if (isComponent ? GetComponentIndex(to) >= 0 : MixtureDefPtr(to) != nullptr) name = to;
 }
 
 const CTalStockMixture& CTalDocEss::AddStockMixture(CTalStockMixture mixture) {

@@ -101,6 +101,7 @@ const char* SiUnit(Quantity q) {
         case Quantity::HeatCapacityTotal: return "J/K";
         case Quantity::TemperatureRate: return "K/s";
         case Quantity::Viscosity: return "Pa s";
+        case Quantity::SurfaceTension: return "N/m";
         case Quantity::Velocity: return "m/s";
         case Quantity::SpecificEnergy: return "J/kg";
         case Quantity::VolumeFlux: return "m3/(m2 s)";

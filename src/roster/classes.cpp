@@ -5,6 +5,8 @@
 #include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/reaction_op.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/separation/absorption.hpp"
+#include "unitops/models/separation/cycloning.hpp"
 #include "unitops/models/heat_flow/cooling_tower.hpp"
 #include "unitops/models/heat_flow/electric_heating.hpp"
 #include "unitops/models/heat_flow/flow_devices.hpp"
@@ -94,6 +96,10 @@ const ClassRegistry& RosterClasses() {
                  // Batch separations in a vessel and decanting
                  RUNTIME_CLASS(CTalBatchCrystallizeOp), RUNTIME_CLASS(CTalBatchVaporizeOp),
                  RUNTIME_CLASS(CTalBatchExtractOp), RUNTIME_CLASS(CTalDecanting),
+                 // Absorption, stripping and gas cycloning
+                 RUNTIME_CLASS(CTalAbsorption), RUNTIME_CLASS(CTalStripping), RUNTIME_CLASS(CTalAbsorber),
+                 RUNTIME_CLASS(CTalStripper), RUNTIME_CLASS(CTalCycloning), RUNTIME_CLASS(CTalGasCycloning),
+                 RUNTIME_CLASS(CTalCyclone), RUNTIME_CLASS(CTalGasCyclone),
                  // The host's cleaning skids, referred to by the cleaning and steaming operations
                  RUNTIME_CLASS(CTalIPCleaningSkid),
                  // Kinetic and equilibrium reactions

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -75,6 +76,32 @@ TEST(CommandLine, BadInputGivesOneMessageAndANonZeroExit) {
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.out.find("cannot open"), std::string::npos) << r.out;
     std::filesystem::remove(broken);
+}
+
+TEST(CommandLine, AnOutputOptionNeverOverwritesAFlowsheet) {
+    // "simulate --json plant.json" reads plant.json as the output file; it must not be replaced.
+    const auto textOf = [](const std::string& path) {
+        std::ostringstream text;
+        text << std::ifstream(path).rdbuf();
+        return text.str();
+    };
+    const std::string original = textOf(std::string(UNITOPS_SOURCE_DIR) + "/examples/mixing.json");
+    const std::string plant = TempFile("plant.json", original);
+    CliRun r = Unitops("simulate --json " + plant);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.out.find("is a flowsheet; --json takes the output file"), std::string::npos) << r.out;
+    EXPECT_EQ(textOf(plant), original);
+    // Results written by --json may be written again, and a saved flowsheet may be saved over.
+    const std::string results = TempFile("results.json", "");
+    EXPECT_EQ(Unitops("simulate " + plant + " --json " + results).exitCode, 0);
+    EXPECT_EQ(Unitops("simulate " + plant + " --json " + results).exitCode, 0);
+    const std::string saved = TempFile("plant.uof", "");
+    EXPECT_EQ(Unitops("simulate " + plant + " --save " + saved).exitCode, 0);
+    EXPECT_EQ(Unitops("simulate " + saved + " --save " + saved).exitCode, 0);
+    // Without a flowsheet the built-in example would replace the saved one.
+    r = Unitops("simulate --save " + saved);
+    EXPECT_EQ(r.exitCode, 1) << r.out;
+    for (const std::string& f : {plant, results, saved}) std::filesystem::remove(f);
 }
 
 TEST(CommandLine, ValidateReportsBadValues) {

@@ -101,5 +101,16 @@ TEST(DisplayUnit, RoundTripsWithOffset) {
     EXPECT_DOUBLE_EQ(display::kAtm.ToDisplay(101300.0), 1.0);
 }
 
+TEST(Units, ViscositySurfaceTensionAndVelocity) {
+    EXPECT_DOUBLE_EQ(ParseQuantity("1 cP", Quantity::Viscosity), 1e-3);
+    EXPECT_DOUBLE_EQ(ParseQuantity("0.002 Pa s", Quantity::Viscosity), 0.002);
+    EXPECT_DOUBLE_EQ(ParseQuantity("72 dyn/cm", Quantity::SurfaceTension), 0.072);
+    EXPECT_DOUBLE_EQ(ParseQuantity("0.03 N/m", Quantity::SurfaceTension), 0.03);
+    EXPECT_DOUBLE_EQ(ParseQuantity("18 m/s", Quantity::Velocity), 18.0);
+    EXPECT_THROW(ParseQuantity("1 cP", Quantity::SurfaceTension), std::exception);
+    EXPECT_DOUBLE_EQ(display::kCentipoise.ToDisplay(1e-3), 1.0);
+    EXPECT_DOUBLE_EQ(display::kDynPerCm.ToDisplay(0.03), 30.0);
+}
+
 }  // namespace
 }  // namespace unitops

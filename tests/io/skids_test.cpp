@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "unitops/contract/flowsheet.hpp"
+#include "unitops/contract/procedure.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/errors.hpp"
 #include "unitops/io/flowsheet_file.hpp"
@@ -97,6 +99,64 @@ TEST(Skids, SavedFilesKeepTheSkidsAndWhoSharesThem) {
     ASSERT_EQ(old->Skids().size(), 1u);
     EXPECT_EQ(Op(*old, 2).Skid(), old->Skids()[0].get());
     EXPECT_EQ(Op(*old, 3).Skid(), old->Skids()[0].get());
+}
+
+std::unique_ptr<CTalDocEss> BatchRecipe() { return LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_recipe.json"); }
+
+CTalOperation* FindOp(const CTalDocEss& doc, const std::string& procedure, const std::string& name) {
+    const CTalProcedure* p = doc.FindProcedure(procedure);
+    for (int i = 0; p && i < p->NumberOfOps(); ++i) {
+        if (p->GetOp(i)->Name() == name) return p->GetOp(i);
+    }
+    return nullptr;
+}
+
+// A copy not yet placed shares the skid of its source's flowsheet; when that flowsheet (and its
+// skids) goes first, the copy is left without a skid instead of pointing at a freed one.
+TEST(Skids, ACopyOutlivingTheFlowsheetLetsGoOfTheSkid) {
+    auto doc = BatchRecipe();
+    CTalOperation* cip = FindOp(*doc, "R-1", "CIP-1");
+    ASSERT_NE(cip, nullptr);
+    ASSERT_NE(cip->Skid(), nullptr);
+    std::unique_ptr<CTalOperation> copy = cip->CreateCopy(cip->Owner(), 0);
+    EXPECT_EQ(copy->Skid(), cip->Skid());
+    doc.reset();
+    EXPECT_EQ(copy->Skid(), nullptr);
+    copy.reset();  // must not reach the freed skid (checked under AddressSanitizer)
+}
+
+// Removing a skid unties every operation hooked up with it, also a copy outside the procedures.
+TEST(Skids, RemovingASkidUntiesCopiesOutsideTheProcedures) {
+    auto doc = BatchRecipe();
+    CTalOperation* cip = FindOp(*doc, "R-1", "CIP-1");
+    ASSERT_NE(cip, nullptr);
+    CTalIPCleaningSkid* skid = cip->Skid();
+    ASSERT_NE(skid, nullptr);
+    std::unique_ptr<CTalOperation> copy = cip->CreateCopy(cip->Owner(), 0);
+    EXPECT_EQ(copy->Skid(), skid);
+    doc->RemoveSkid(skid);
+    EXPECT_EQ(cip->Skid(), nullptr);
+    EXPECT_EQ(copy->Skid(), nullptr);
+    copy.reset();
+}
+
+// Renaming the gas and the reagent carries every operation that names them along: the pressurize,
+// sweep and purge's gas and the pull-in's design component, and the recipe still runs and checks.
+TEST(Skids, RenamedComponentsAreFollowedByEveryOperationOfTheRecipe) {
+    auto doc = BatchRecipe();
+    ASSERT_TRUE(doc->RenameComponent("Nitrogen", "N2"));
+    ASSERT_TRUE(doc->RenameComponent("Ethanol", "EtOH"));
+    for (const char* gas : {"PRESSURIZE-N2", "SWEEP-1", "PURGE-1"}) {
+        const CTalOperation* op = FindOp(*doc, "R-1", gas);
+        ASSERT_NE(op, nullptr) << gas;
+        EXPECT_TRUE(op->IsBlendedNSIngredientBeingUsed("N2")) << gas;
+        EXPECT_FALSE(op->IsBlendedNSIngredientBeingUsed("Nitrogen")) << gas;
+    }
+    const SimulationResult run = Simulator(*doc).Run();
+    EXPECT_TRUE(run.completed);
+    const nlohmann::json results = ResultsToJson(*doc, &run);
+    const nlohmann::json& pullIn = results["procedures"]["R-1"]["operations"][3];
+    EXPECT_EQ(pullIn["members"]["DesignComponent"], "EtOH") << pullIn.dump();
 }
 
 TEST(Skids, ASkidMustBeListedOnce) {

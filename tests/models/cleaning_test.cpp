@@ -158,6 +158,20 @@ TEST_F(CleaningTest, SteamInPlaceFromItsRateOrItsAmount) {
     EXPECT_EQ(test::FirstRefusal(sip), "SIP Agent Amount 1600");
 }
 
+// A mixture is used for each of its ingredients, whatever the fraction it lists for it.
+TEST_F(CleaningTest, AMixtureIsUsedForEveryIngredientItLists) {
+    CTalStockMixture plain;
+    plain.name = "Plain Water";
+    plain.ingredients = {{"Water", 1.0}, {"Sodium Hydroxide", 0.0}};
+    plain.density = 1000.0;
+    doc->AddStockMixture(plain);
+    rinse->m_AgentName = "Plain Water";
+    rinse->m_IsAgentPureComp = 0;
+    EXPECT_TRUE(cip->IsNonBlendedNSIngredientBeingUsed("Sodium Hydroxide", 0));
+    EXPECT_TRUE(cip->IsNonBlendedNSIngredientBeingUsed("Water", 0));
+    EXPECT_FALSE(cip->IsNonBlendedNSIngredientBeingUsed("Sodium Hydroxide", 1));
+}
+
 // A skid shared by a cleaning and a steaming: both hook up with it, the one that ignores it does
 // not count, and the skid is busy for the sum of their times per batch.
 TEST_F(CleaningTest, ASkidIsSharedByTheOperationsThatUseIt) {
@@ -194,6 +208,8 @@ TEST_F(CleaningTest, ASkidIsSharedByTheOperationsThatUseIt) {
     EXPECT_NE(report.find("Used by " + sip.Name() + " in P-1 for 30.00 min per batch"), std::string::npos) << report;
     EXPECT_NE(report.find("Busy Time per Batch = 0.67"), std::string::npos) << report;
     EXPECT_NE(report.find("longer than the plant batch time"), std::string::npos) << report;
+    // The steaming's report does not name the skid, even one it uses.
+    EXPECT_EQ(test::Capture([&](std::FILE* f) { sip.WriteIDR_Description(f); }).find("Skid Name"), std::string::npos);
     sip.m_IgnoreSkid = 1;
     EXPECT_EQ(skid.OperationsUsing().size(), 1u);
     EXPECT_EQ(test::Capture([&](std::FILE* f) { sip.WriteIDR_Description(f); }).find("Skid Name"), std::string::npos);

@@ -5,9 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <typeinfo>
 
 #include "support/test_flowsheet.hpp"
+#include "unitops/models/heat_flow/cooling_tower.hpp"
 #include "unitops/models/heat_flow/flow_devices.hpp"
+#include "unitops/models/heat_flow/heat_equipment.hpp"
 #include "unitops/models/heat_flow/valves.hpp"
 
 namespace unitops {
@@ -442,6 +445,29 @@ TEST(ValveEquipmentTest, CostLawsAtTheirFloors) {
     CTalButterflyValve butterfly;
     EXPECT_NEAR(butterfly.CostOfDiameter(1.0), std::exp(8.3826), 1e-9);
     EXPECT_NEAR(butterfly.CostOfDiameter(0.0), std::exp(8.3826) * std::pow(0.01524, 0.3785), 1e-9);
+}
+
+
+// Two items rate the same unless the other one is larger by more than 1e-15: the comparison is
+// one-sided, so an item with a smaller size passes as identical to a larger one, not the reverse.
+template <class Equipment, class SetSize>
+void ExpectOneSidedRating(SetSize setSize) {
+    Equipment small, large;
+    setSize(small, 1.0);
+    setSize(large, 2.0);
+    EXPECT_EQ(large.HasIdenticalRatingData(&small, 0), 1) << typeid(Equipment).name();
+    EXPECT_EQ(small.HasIdenticalRatingData(&large, 0), 0) << typeid(Equipment).name();
+    setSize(large, 1.0);
+    EXPECT_EQ(small.HasIdenticalRatingData(&large, 0), 1) << typeid(Equipment).name();
+}
+
+TEST(RatingData, OnlyALargerOtherItemDiffers) {
+    ExpectOneSidedRating<CTalHeatExchanger>([](CTalHeatExchanger& e, double v) { e.m_Area = v; });
+    ExpectOneSidedRating<CTalElectricHeater>([](CTalElectricHeater& e, double v) { e.m_Power = v; });
+    ExpectOneSidedRating<CTalCoolingTower>([](CTalCoolingTower& e, double v) { e.m_Area = e.m_Height = v; });
+    ExpectOneSidedRating<CTalGlobeValve>([](CTalGlobeValve& e, double v) { e.m_Diameter = v; });
+    ExpectOneSidedRating<CTalCFPump>([](CTalCFPump& e, double v) { e.m_Power = v; });
+    ExpectOneSidedRating<CTalCFFan>([](CTalCFFan& e, double v) { e.m_RatedThroughput = v; });
 }
 
 }  // namespace

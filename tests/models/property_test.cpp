@@ -155,6 +155,19 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             for (int i = 0; i < op->NumberOfComponents(); ++i) light.push_back(i == 1 || i >= 4 ? 1.0 : 0.0);
             op->MemberRows().Find("LightPhaseShare")->set(*op, light);
         };
+        // Absorption and stripping: a solute with a Henry constant and diffusivities to size for,
+        // and a gas feed (input 1) that holds some gas.
+        for (unsigned id : {0xA061u, 0xA062u}) {
+            settings[id] = [](CTalDocEss& doc, CTalProcedure& p) {
+                p.GetOp(0)->MemberRows().Find("DesignComponent")->set(*p.GetOp(0), std::string("Carbon Dioxide"));
+                auto* gas = dynamic_cast<CTalInputStream*>(p.InStream(1));
+                const int nitrogen = doc.GetComponentIndex("Nitrogen");
+                if (gas && gas->ComponentFlow(nitrogen) < 0.1) {
+                    gas->SetComponentFlow(nitrogen, 0.5);
+                    gas->KeepAsDefinition();
+                }
+            };
+        }
         // Valves take one phase: liquids for the liquid kinds, gases for the gas kinds.
         const auto onePhase = [](std::vector<const char*> keep) {
             return [keep](CTalDocEss& doc, CTalProcedure& p) { KeepOnly(doc, p, 0, keep, 0.5); };

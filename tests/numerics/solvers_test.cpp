@@ -152,7 +152,8 @@ TEST(BdfIntegrator, KeepsItsMemoryForProblemsOfOneSize) {
         EXPECT_NEAR(y[0] + y[1], 1.0, 1e-6);
     }
     EXPECT_EQ(integrator.Creations(), 1);
-    p.n = 1;
+    p.n = 1;  // a problem of another size, with a right-hand side of that size
+    p.rhs = [](double, double* y1, double* f) { f[0] = -y1[0]; };
     double y = 1.0;
     ASSERT_EQ(integrator.Integrate(p, &y), 0);
     EXPECT_EQ(integrator.Creations(), 2);

@@ -22,6 +22,8 @@ class CTalIPCleaningSkid : public CObject {
 public:
     CTalIPCleaningSkid() = default;
     explicit CTalIPCleaningSkid(std::string name) : m_Name(std::move(name)) {}
+    //! Unties every operation still hooked up with the skid, so none keeps a pointer to it.
+    ~CTalIPCleaningSkid() override;
     CTalIPCleaningSkid(const CTalIPCleaningSkid&) = delete;
     CTalIPCleaningSkid& operator=(const CTalIPCleaningSkid&) = delete;
 

@@ -128,6 +128,8 @@ public:
     const std::string& Name() const { return name; }
     //! Mass fraction of the component `component`; 0 if the mixture does not hold it.
     double MassFrac(std::string_view component) const;
+    //! Whether the component `component` is one of the mixture's ingredients (at any fraction).
+    bool IsPureCompIn(std::string_view component) const;
 };
 
 //! A utility that heats or cools: steam, cooling water and the like.

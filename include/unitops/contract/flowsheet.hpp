@@ -80,6 +80,10 @@ public:
     //! Gives the mixture `from` the name `to`, and every operation that names it follows. False
     //! (nothing changes) if there is no `from` or `to` is taken.
     bool RenameStockMixture(std::string_view from, const std::string& to);
+    //! For operations that name an ingredient by text: `name`, naming a component when
+    //! `isComponent` (else a stock mixture), becomes `to` when it is `from` and `to` is now an
+    //! ingredient of that kind.
+    void FollowRename(std::string& name, bool isComponent, const std::string& from, const std::string& to) const;
 
     // Agents
     CTalHeatTransferAgent& AddAgent(std::unique_ptr<CTalHeatTransferAgent> a);

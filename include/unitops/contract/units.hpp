@@ -38,6 +38,7 @@ enum class Quantity : std::uint8_t {
     HeatCapacityTotal,      //!< J/K, of a whole item
     TemperatureRate,        //!< K/s
     Viscosity,              //!< Pa s
+    SurfaceTension,         //!< N/m
     Velocity,               //!< m/s
     SpecificEnergy,         //!< J/kg, a heat per mass
     VolumeFlux,             //!< m3/(m2 s), a volume flow per area
@@ -79,8 +80,10 @@ inline constexpr DisplayUnit kKcalPerHourM2DegC{"kcal/(h m2 degC)", 1.0 / 1.1622
 inline constexpr DisplayUnit kKcalPerHourDegC{"kcal/(h degC)", 1.0 / 1.162222, 0.0};
 inline constexpr DisplayUnit kKcalPerDegC{"kcal/degC", 1.0 / 4184.0, 0.0};
 inline constexpr DisplayUnit kDegCPerMin{"degC/min", 60.0, 0.0};
-inline constexpr DisplayUnit kMicron{"um", 1.0e6, 0.0};
 inline constexpr DisplayUnit kCentipoise{"cP", 1000.0, 0.0};
+inline constexpr DisplayUnit kDynPerCm{"dyn/cm", 1000.0, 0.0};
+inline constexpr DisplayUnit kMicron{"microns", 1.0e6, 0.0};
+inline constexpr DisplayUnit kCubicMetrePerHour{"m3/h", 3600.0, 0.0};
 inline constexpr DisplayUnit kKcalPerKg{"kcal/kg", 1.0 / 4180.0, 0.0};
 inline constexpr DisplayUnit kGramPerLitre{"g/L", 1.0, 0.0};
 }  // namespace display

@@ -591,7 +591,7 @@ int CTalCoolingTower::IsDBEquipPropsValid(CTalSpecsPP* page, int flag) {
 
 int CTalCoolingTower::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalCoolingTower*>(other);
-    if (!o || m_Area - o->m_Area > 1e-15 || m_Height - o->m_Height > 1e-15) return 0;
+    if (!o || o->m_Area - m_Area > 1e-15 || o->m_Height - m_Height > 1e-15) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 

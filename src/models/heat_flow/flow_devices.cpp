@@ -550,7 +550,7 @@ int CTalPoweredFlowDevice::IsDBEquipPropsValid(CTalSpecsPP* page, int flag) {
 
 int CTalPoweredFlowDevice::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalPoweredFlowDevice*>(other);
-    if (!o || o->GetRuntimeClass() != GetRuntimeClass() || m_Power - o->m_Power > 1e-15) return 0;
+    if (!o || o->GetRuntimeClass() != GetRuntimeClass() || o->m_Power - m_Power > 1e-15) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 
@@ -673,7 +673,7 @@ bool CTalCFFan::SetNumericalValue(int id, double value, int flag) {
 
 int CTalCFFan::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalCFFan*>(other);
-    if (!o || m_RatedThroughput - o->m_RatedThroughput > 1e-15) return 0;
+    if (!o || o->m_RatedThroughput - m_RatedThroughput > 1e-15) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 

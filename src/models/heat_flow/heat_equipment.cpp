@@ -177,7 +177,7 @@ int CTalHeatExchanger::IsDBEquipPropsValid(CTalSpecsPP* page, int flag) {
 
 int CTalHeatExchanger::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalHeatExchanger*>(other);
-    if (!o || m_Area - o->m_Area > 1e-15 || m_HxType != o->m_HxType) return 0;
+    if (!o || o->m_Area - m_Area > 1e-15 || m_HxType != o->m_HxType) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 
@@ -235,7 +235,7 @@ int CTalElectricHeater::IsDBEquipPropsValid(CTalSpecsPP* page, int flag) {
 // The heater and the cooler are of different types, so neither rates like the other.
 int CTalElectricHeater::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalElectricHeater*>(other);
-    if (!o || m_Power - o->m_Power > 1e-15) return 0;
+    if (!o || o->m_Power - m_Power > 1e-15) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 

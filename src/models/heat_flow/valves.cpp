@@ -288,7 +288,7 @@ bool CTalValve::SetNumericalValue(int id, double value, int flag) {
 
 int CTalValve::HasIdenticalRatingData(const CTalEquipment* other, int flag) const {
     const auto* o = dynamic_cast<const CTalValve*>(other);
-    if (!o || o->GetRuntimeClass() != GetRuntimeClass() || m_Diameter - o->m_Diameter > 1e-15) return 0;
+    if (!o || o->GetRuntimeClass() != GetRuntimeClass() || o->m_Diameter - m_Diameter > 1e-15) return 0;
     return CTalEquipment::HasIdenticalRatingData(other, flag);
 }
 

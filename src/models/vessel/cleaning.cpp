@@ -388,12 +388,8 @@ void CTalCIPOp::CopyDataInto(CTalOperation* target, int flag) const {
 // kind of agent it takes, so a component and a mixture of one name stay apart).
 void CTalCIPOp::IngredientRenamed(const std::string& from, const std::string& to) {
     const CTalDocEss* doc = Flowsheet();
-    const bool isComponent = doc && doc->GetComponentIndex(to) >= 0;
-    const bool isMixture = doc && doc->MixtureDefPtr(to);
-    for (auto& step : m_Scheme.m_Steps) {
-        if (step->m_AgentName != from) continue;
-        if ((step->m_IsAgentPureComp && isComponent) || (!step->m_IsAgentPureComp && isMixture)) step->m_AgentName = to;
-    }
+    if (!doc) return;
+    for (auto& step : m_Scheme.m_Steps) doc->FollowRename(step->m_AgentName, step->m_IsAgentPureComp != 0, from, to);
 }
 
 // An agent that is no longer a component of the flowsheet is unset, and the user must set the
@@ -432,7 +428,7 @@ bool CTalCIPOp::IsNonBlendedNSIngredientBeingUsed(std::string_view name, int ble
         if (step->m_AgentName == name) return true;
         if (blendedAlso != 0 || step->m_IsAgentPureComp || !doc || doc->GetComponentIndex(name) < 0) continue;
         const CTalStockMixture* m = doc->MixtureDefPtr(step->m_AgentName);
-        if (m && m->MassFrac(name) > 0.0) return true;
+        if (m && m->IsPureCompIn(name)) return true;
     }
     return false;
 }
@@ -571,7 +567,6 @@ int CTalSIPOp::Solve(CTalStateStream* before, CTalStateStream* after, int) {
 
 int CTalSIPOp::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
-    m_SkidLink.WriteIDR_Description(f, m_IgnoreSkid);
     std::fprintf(f, "Agent Amount    = %-15.2lf kg \n", m_AgentAmount);
     std::fprintf(f, "Agent Rate      = %-15.2lf kg/min \n", m_AgentRate / 60.0);  // shown in kg/h here
     return 1;

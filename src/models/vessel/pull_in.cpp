@@ -118,6 +118,11 @@ void CTalPullInOp::InitSimModelParams() {
     m_ConcentrationUnits = 0x400;
 }
 
+// The design component is named by text and follows its renaming.
+void CTalPullInOp::IngredientRenamed(const std::string& from, const std::string& to) {
+    if (const CTalDocEss* doc = Flowsheet()) doc->FollowRename(m_DesignComponent, true, from, to);
+}
+
 void CTalPullInOp::GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const {
     if (CTalStream* s = TransferStream()) streams.push_back(s);
 }

@@ -16,10 +16,6 @@
 
 namespace unitops {
 
-namespace display {
-inline constexpr DisplayUnit kCubicMetrePerHour{"m3/h", 3600.0, 0.0};
-}  // namespace display
-
 class CTalThroughputPump;
 class CTalCFCompressor;
 class CTalCFFan;

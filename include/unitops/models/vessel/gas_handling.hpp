@@ -10,6 +10,7 @@
 #include <string>
 
 #include "unitops/contract/emissions.hpp"
+#include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/operation.hpp"
 #include "unitops/roster/identity.hpp"
 
@@ -32,6 +33,9 @@ namespace unitops {
     bool IsOutPortUsed(int port, int flag) const override;
 #define TAL_GAS_SUPPLY_OVERRIDES                                                                  \
     bool IsBlendedNSIngredientBeingUsed(std::string_view name) const override { return name == m_GasName; } \
+    void IngredientRenamed(const std::string& from, const std::string& to) override {                       \
+        if (const CTalDocEss* doc = Flowsheet()) doc->FollowRename(m_GasName, m_GasIsPureComponent != 0, from, to); \
+    }                                                                                             \
     double BlendedNSIngredientConsumption(std::string_view name, int flag) const override;
 
 class CTalPressurizeOp : public CTalOperation {

@@ -37,6 +37,7 @@ public:
     void GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const override;
     bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return false; }
     bool IsScaleable() const override { return false; }
+    void IngredientRenamed(const std::string& from, const std::string& to) override;
     //! The unit in which the final concentration is shown (`m_ConcentrationUnits`).
     DisplayUnit ConcentrationDisplay() const;
 
