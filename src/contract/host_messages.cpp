@@ -57,7 +57,7 @@ constexpr MessageEntry kHostMessages[] = {
     {0x4525, "The requested concentration factor cannot be reached.\nNothing was evaporated."},
     {0x4526, "The requested final concentration cannot be reached.\nNothing was evaporated."},
     {0x4527, "The requested final mass fraction cannot be reached.\nNothing was evaporated."},
-    {0x452A, "No volatile component has been selected."},
+    {0x452A, "The same component has been selected for both solvents."},
     {22865, "A globule is not lighter than the liquid; it cannot be removed by flotation."},
     {22866, "A particle is not heavier than the liquid; it cannot be removed by settling."},
 };

@@ -60,7 +60,8 @@ const Symbol* FindSymbol(std::string_view s, double batchTime, Symbol& scratch) 
         {"mol", 1e-3, Dim(0, 0, 0, 0, 1)},  {"kmol", 1.0, Dim(0, 0, 0, 0, 1)},
         {"%", 0.01, kDimensionless},        {"$", 1.0, Dim(0, 0, 0, 0, 0, 1)},
         {"USD", 1.0, Dim(0, 0, 0, 0, 0, 1)},
-        {"cP", 1e-3, Dim(1, -1, -1)},       {"dyn", 1e-5, Dim(1, 1, -2)},
+        {"mPa", 1e-3, Dim(1, -1, -2)},      {"cP", 1e-3, Dim(1, -1, -1)},
+        {"dyn", 1e-5, Dim(1, 1, -2)},
     };
     for (const Symbol& sym : kSymbols) {
         if (s == sym.name) return &sym;
@@ -104,6 +105,7 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::Viscosity: return Dim(1, -1, -1);
         case Quantity::SurfaceTension: return Dim(1, 0, -2);
         case Quantity::Velocity: return Dim(0, 1, -1);
+        case Quantity::SpecificEnergy: return Dim(0, 2, -2);
         case Quantity::VolumeFlux: return Dim(0, 1, -1);
     }
     return kDimensionless;
@@ -295,6 +297,7 @@ const char* QuantityName(Quantity q) {
         case Quantity::Viscosity: return "viscosity";
         case Quantity::SurfaceTension: return "surface tension";
         case Quantity::Velocity: return "velocity";
+        case Quantity::SpecificEnergy: return "heat per mass";
         case Quantity::VolumeFlux: return "volume flow per area";
     }
     return "unknown";

@@ -18,8 +18,12 @@
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/mass_transfer/batch_crystallize.hpp"
+#include "unitops/models/mass_transfer/batch_extract.hpp"
+#include "unitops/models/mass_transfer/batch_vaporize.hpp"
 #include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/models/vessel/decanting.hpp"
 #include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/storage.hpp"
@@ -98,6 +102,9 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalContMembraneFiltration), RUNTIME_CLASS(CTalMembraneFilter),
                  RUNTIME_CLASS(CTalMicroFilter), RUNTIME_CLASS(CTalUltraFilter), RUNTIME_CLASS(CTalReverseOsmosisFilter),
                  RUNTIME_CLASS(CTalDiafilter), RUNTIME_CLASS(CTalDiafiltration),
+                 // Batch separations in a vessel and decanting
+                 RUNTIME_CLASS(CTalBatchCrystallizeOp), RUNTIME_CLASS(CTalBatchVaporizeOp),
+                 RUNTIME_CLASS(CTalBatchExtractOp), RUNTIME_CLASS(CTalDecanting),
                  // Absorption, stripping and gas cycloning
                  RUNTIME_CLASS(CTalAbsorption), RUNTIME_CLASS(CTalStripping), RUNTIME_CLASS(CTalAbsorber),
                  RUNTIME_CLASS(CTalStripper), RUNTIME_CLASS(CTalCycloning), RUNTIME_CLASS(CTalGasCycloning),

@@ -172,7 +172,6 @@ public:
             }
             s.procedures.push_back(sp);
         }
-        s.warnings.insert(s.warnings.end(), notes_.begin(), notes_.end());
     }
 
     static std::string EquipmentName(const CTalProcedure& p) {
@@ -187,9 +186,10 @@ private:
         int base;  // its first node
     };
     struct Anchor {
-        enum Kind { Fixed, FollowPrevious, With, After, AfterProcedure } kind = Fixed;
+        enum Kind { Fixed, FollowPrevious, With, After, AfterProcedure, WaitForFeed } kind = Fixed;
         int node = -1;       // the node it hangs on
         double shift = 0.0;  // s; the start itself for Fixed
+        int feed = -1;       // WaitForFeed: the transfer out whose process it starts with at the earliest
     };
 
     int Node(int p, int op, int cycle) const {
@@ -249,7 +249,24 @@ private:
             if (std::string e = FindScheduled(ps.after, what, after); !e.empty()) return e;
             if (after == p) return what + " refers to the procedure itself";
         }
+        for (const ProcedureStart& ps : s.procedures) {
+            const CTalProcedure& proc = *procs_[static_cast<std::size_t>(procIndex_.at(doc_.FindProcedure(ps.procedure)))].proc;
+            if (const StartRelation* r = s.RelationOf(proc.Name(), proc.GetOp(0)->Name())) {
+                return "procedure " + proc.Name() + " has a start of its own and its first operation " + OpName(*proc.GetOp(0)) +
+                       " a start relation with or after " + r->refProcedure + "/" + r->refOperation +
+                       ": the two contradict each other; keep one of them";
+            }
+        }
         return "";
+    }
+
+    //! Cycle k of the transfer out (of another batch procedure) that feeds operation i of
+    //! procedure p, when that operation is a transfer in; -1 otherwise.
+    int FeedingTransferOut(int p, int i, int k) const {
+        const CTalOperation* out = LinkedTransferOut(*procs_[static_cast<std::size_t>(p)].proc->GetOp(i));
+        const auto found = out ? procIndex_.find(out->Owner()) : procIndex_.end();
+        if (found == procIndex_.end() || k >= procs_[static_cast<std::size_t>(found->second)].cycles) return -1;
+        return Node(found->second, OperationIndex(*out->Owner(), out->Name()), k);
     }
 
     //! What the start of cycle k of operation i of procedure p hangs on.
@@ -261,15 +278,16 @@ private:
         const int ref = r ? procIndex_.at(doc_.FindProcedure(r->refProcedure)) : -1;
         // Cycle k of the operation keys on cycle k of the reference; a cycle that the
         // reference's procedure does not have follows on as if there were no relation.
-        if (r && i == 0 && k == 0 && s.StartOf(info.proc->Name())) {
-            notes_.push_back("the start of procedure " + info.proc->Name() + " is not used: its first operation " +
-                             OpName(*info.proc->GetOp(0)) + " has a start relation of its own, with or after " + r->refProcedure + "/" +
-                             r->refOperation);
-        }
+        const int feed = r ? -1 : FeedingTransferOut(p, i, k);
         if (r && k < procs_[static_cast<std::size_t>(ref)].cycles) {
             const ProcInfo& refInfo = procs_[static_cast<std::size_t>(ref)];
             a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After,
                  Node(ref, OperationIndex(*refInfo.proc, r->refOperation), k), r->shift};
+        } else if (feed >= 0 && (i > 0 || k > 0 || !s.StartOf(info.proc->Name()))) {
+            // A transfer in without a relation of its own waits for the transfer out that feeds
+            // it and for its vessel, whichever comes later; a start of its procedure holds.
+            const int previous = i > 0 ? Node(p, i - 1, k) : k > 0 ? Node(p, info.ops - 1, k - 1) : -1;
+            a = {Anchor::WaitForFeed, previous, 0.0, feed};
         } else if (i > 0) {
             a = {Anchor::FollowPrevious, Node(p, i - 1, k), 0.0};
         } else if (k > 0) {
@@ -285,14 +303,20 @@ private:
     //! of the procedure for a procedure's end. Counted, not listed, so that a step of the walk
     //! costs the same however long the procedure is.
     std::size_t DependencyCount(int node) const {
-        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node >= 0 ? 1 : 0;
+        if (node < opNodes_) {
+            const Anchor& a = anchors_[static_cast<std::size_t>(node)];
+            return (a.node >= 0 ? 1u : 0u) + (a.feed >= 0 ? 1u : 0u);
+        }
         const ProcInfo& info = procs_[static_cast<std::size_t>(node - opNodes_)];
         return static_cast<std::size_t>(info.ops) * static_cast<std::size_t>(info.cycles);
     }
 
     //! The j-th node that `node` hangs on.
     int Dependency(int node, std::size_t j) const {
-        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node;
+        if (node < opNodes_) {
+            const Anchor& a = anchors_[static_cast<std::size_t>(node)];
+            return j == 0 && a.node >= 0 ? a.node : a.feed;
+        }
         return procs_[static_cast<std::size_t>(node - opNodes_)].base + static_cast<int>(j);
     }
 
@@ -316,6 +340,9 @@ private:
             case Anchor::After:
             case Anchor::AfterProcedure: setupStart_[n] = end_[ref] + a.shift; break;
             case Anchor::With: setupStart_[n] = processStart_[ref] + a.shift - setup; break;
+            case Anchor::WaitForFeed:
+                setupStart_[n] = std::max(a.node >= 0 ? end_[ref] : 0.0, processStart_[static_cast<std::size_t>(a.feed)] - setup);
+                break;
         }
         processStart_[n] = setupStart_[n] + setup;
         end_[n] = processStart_[n] + process;
@@ -336,7 +363,6 @@ private:
     std::map<const CTalProcedure*, int> procIndex_;
     int opNodes_ = 0;
     std::vector<Anchor> anchors_;
-    std::vector<std::string> notes_;  // relations that are given but cannot take effect
     const std::map<const CTalOperation*, std::pair<double, double>>* durations_ = nullptr;
     std::vector<double> setupStart_, processStart_, end_;
 };
@@ -403,17 +429,24 @@ void FillCycleAndYear(const CTalDocEss& doc, BatchSchedule& s) {
     }
 }
 
-//! Relations that contradict the order of the recipe: an operation pulled before the one before it
-//! in its vessel has ended, and a transfer in that starts before the transfer out feeding it.
-void WarnOfContradictions(BatchSchedule& s) {
+//! A relation that contradicts the recipe, as a message; "" if none. The operations of a
+//! procedure work one after the other on what the one before left, so none may start before the
+//! one before it has ended.
+std::string Contradiction(const BatchSchedule& s) {
     for (std::size_t j = 1; j < s.operations.size(); ++j) {
         const ScheduledOperation& before = s.operations[j - 1];
         const ScheduledOperation& next = s.operations[j];
         if (before.procedure != next.procedure || next.setupStart >= before.end - kTimeTolerance) continue;
-        s.warnings.push_back("operation " + OpName(*next.op) + " starts at " + HoursMinutes(next.setupStart) + " h, before " +
-                             OpName(*before.op) + " ends at " + HoursMinutes(before.end) + " h in the same equipment; " +
-                             "its start relation overlaps them");
+        return "operation " + OpName(*next.op) + " would start at " + HoursMinutes(next.setupStart) + " h, before " + OpName(*before.op) +
+               " ends at " + HoursMinutes(before.end) + " h in the same equipment: its start relation contradicts the order " +
+               "of the procedure; start it later";
     }
+    return "";
+}
+
+//! A transfer in that a relation starts before the transfer out feeding it: allowed (a receiving
+//! vessel may open its line early), but noted, since it usually is a sign of a wrong shift.
+void WarnOfEarlyTransfersIn(BatchSchedule& s) {
     for (const TransferLink& link : s.links) {
         const ScheduledOperation* from = nullptr;
         const ScheduledOperation* to = nullptr;
@@ -482,7 +515,8 @@ BatchSchedule ComputeSchedule(const CTalDocEss& doc) {
     if (!s.error.empty()) return s;
     FillCycleAndYear(doc, s);
     FillLinks(s);
-    WarnOfContradictions(s);
+    s.error = Contradiction(s);
+    WarnOfEarlyTransfersIn(s);
     return s;
 }
 

@@ -261,28 +261,78 @@ TEST(StartRelations, ATransferInBeforeItsTransferOutIsReported) {
     EXPECT_TRUE(ComputeSchedule(*inStep).warnings.empty()) << Warnings(ComputeSchedule(*inStep));
 }
 
-TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsReported) {
+TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsRefused) {
     auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "overlap");
     ASSERT_TRUE(Simulator(*doc).Run().completed);
     // The reaction starts with the transfer in (20 min) instead of after it (50 min).
     doc->schedule.operations.push_back({"P-2", "REACT", StartRelation::Anchor::With, "P-2", "TRANSFER-IN-1", 0.0});
     const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
-    EXPECT_TRUE(HasWarning(s, "operation P-2/REACT starts at 0:20 h, before P-2/TRANSFER-IN-1 ends at 0:50 h in the same "
-                              "equipment; its start relation overlaps them"))
-        << Warnings(s);
+    EXPECT_FALSE(s.Ok());
+    EXPECT_EQ(s.error, "operation P-2/REACT would start at 0:20 h, before P-2/TRANSFER-IN-1 ends at 0:50 h in the same equipment: "
+                       "its start relation contradicts the order of the procedure; start it later");
+    // Started right at the end of the transfer in, it is accepted.
+    doc->schedule.operations.back().anchor = StartRelation::Anchor::After;
+    EXPECT_TRUE(ComputeSchedule(*doc).Ok()) << ComputeSchedule(*doc).error;
 }
 
-TEST(StartRelations, AProcedureStartOverriddenByItsFirstOperationIsReported) {
-    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "override");
+TEST(StartRelations, AProcedureStartAndARelationOfItsFirstOperationAreRefused) {
+    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "both starts");
     ASSERT_TRUE(Simulator(*doc).Run().completed);
     doc->schedule.operations.push_back({"P-2", "HOLD-1", StartRelation::Anchor::After, "P-1", "HOLD-1", 10 * kMin});
+    const std::string expected = "procedure P-2 has a start of its own and its first operation P-2/HOLD-1 a start relation with or "
+                                 "after P-1/HOLD-1: the two contradict each other; keep one of them";
+    EXPECT_EQ(ComputeSchedule(*doc).error, expected);
+    EXPECT_EQ(CheckStartRelations(*doc), expected);  // found before any run, too
+}
+
+// A transfer in without a start relation of its own starts with the transfer out that feeds it,
+// unless its vessel is still busy: then it starts when the vessel is free.
+std::string WithoutTheTransferInRelation(std::string text, const std::string& before = "") {
+    const std::string relation = R"(,
+        "start": {"with": "TRANSFER-OUT-1", "procedure": "P-1", "shift": "0 min"})";
+    text.erase(text.find(relation), relation.size());
+    const std::string first = R"({"model": "Transfer In")";
+    text.insert(text.find(first), before);
+    return text;
+}
+
+TEST(StartRelations, ATransferInWithoutARelationStartsWithItsTransferOut) {
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min")), "default link");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
     const BatchSchedule s = ComputeSchedule(*doc);
     ASSERT_TRUE(s.Ok()) << s.error;
-    ExpectTimes(s, "P-2", "HOLD-1", 40, 40, 100);  // the operation's own relation holds
-    EXPECT_TRUE(HasWarning(s, "the start of procedure P-2 is not used: its first operation P-2/HOLD-1 has a start relation "
-                              "of its own, with or after P-1/HOLD-1"))
-        << Warnings(s);
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 50);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 20, 20, 50);
+    ExpectTimes(s, "P-2", "REACT", 50, 50, 290);
+    EXPECT_TRUE(s.warnings.empty()) << Warnings(s);
+}
+
+TEST(StartRelations, ATransferInWithoutARelationWaitsForItsBusyVessel) {
+    const std::string hold = R"({"model": "Holding", "name": "HOLD-1", "SetupTime": "5 min", "ProcessTime": "1 h"},
+       )";
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold), "busy vessel");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    ExpectTimes(s, "P-2", "HOLD-1", 0, 5, 65);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);  // the feed was ready at 0:20
+    ExpectTimes(s, "P-2", "REACT", 95, 95, 335);
+}
+
+TEST(StartRelations, ATransferInWaitsForTheSameCycleOfItsFeed) {
+    std::string text = WithoutTheTransferInRelation(TwoVesselRecipe("0 min"));
+    const std::string p1 = R"js("name": "P-1", "type": "Vessel Procedure (Generic)",)js";
+    const std::string p2 = R"js("name": "P-2", "type": "Vessel Procedure (Generic)",)js";
+    text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
+    text.insert(text.find(p2) + p2.size(), R"( "NumberOfCycles": 2,)");
+    auto doc = LoadFlowsheet(text, "cycles");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // P-1's second cycle: charge 0:50-1:10, transfer out 1:10-1:40; P-2's second transfer in
+    // waits for its first cycle to end at 5:50.
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 70, 70, 100, 1);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 350, 350, 380, 1);
 }
 
 TEST(StartRelations, CircularMastersAreRefusedNotFollowedForever) {
