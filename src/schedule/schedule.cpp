@@ -44,7 +44,13 @@ const CTalOperation* LinkedTransferOut(const CTalOperation& op) {
 //! material at the same time. Null when the operation keeps its own.
 const CTalOperation* DurationSource(const CTalOperation& op) {
     if (op.ProcessTimeMode() == 3 && op.MasterOperation() && op.MasterOperation() != &op) return op.MasterOperation();
-    if (op.ProcessTimeMode() == 2 && dynamic_cast<const CTalTransferInOp*>(&op)) return LinkedTransferOut(op);
+    if (op.ProcessTimeMode() == 2 && dynamic_cast<const CTalTransferInOp*>(&op)) {
+        // Unless that transfer out takes its duration from this transfer in: then the transfer
+        // in's own calculated duration sets both.
+        const CTalOperation* out = LinkedTransferOut(op);
+        if (out && out->ProcessTimeMode() == 3 && out->MasterOperation() == &op) return nullptr;
+        return out;
+    }
     return nullptr;
 }
 
@@ -91,8 +97,9 @@ public:
         if (std::string e = CheckSettingsNames(); !e.empty()) return e;
         anchors_.resize(static_cast<std::size_t>(opNodes_));
         for (int p = 0; p < static_cast<int>(procs_.size()); ++p) {
-            for (int k = 0; k < procs_[p].cycles; ++k) {
-                for (int i = 0; i < procs_[p].ops; ++i) SetAnchor(p, i, k);
+            for (int i = 0; i < procs_[p].ops; ++i) {
+                const OperationLinks links = LinksOf(p, i);
+                for (int k = 0; k < procs_[p].cycles; ++k) SetAnchor(p, i, k, links);
             }
         }
         return "";
@@ -101,8 +108,21 @@ public:
     bool Empty() const { return procs_.empty(); }
 
     //! Works out every time from the durations (per procedure and operation); "" or the circle.
+    //! A transfer in waits for its feed only by default: where that wait closes a circle (the
+    //! feed comes from later in the batch, as in a recycle between vessels), the transfer in
+    //! keeps its place in its procedure instead and the walk starts over.
     std::string Evaluate(const std::map<const CTalOperation*, std::pair<double, double>>& durations) {
         durations_ = &durations;
+        for (;;) {
+            std::vector<int> circle;
+            if (Walk(circle)) return "";
+            if (!DropDefaultWaitIn(circle)) return CircleMessage(circle);
+        }
+    }
+
+    //! One walk over the graph in order of dependence; false with the nodes of a circle, each
+    //! waiting for the next and the last for the first.
+    bool Walk(std::vector<int>& circle) {
         const std::size_t n = static_cast<std::size_t>(opNodes_) + procs_.size();
         setupStart_.assign(n, 0.0);
         processStart_.assign(n, 0.0);
@@ -116,7 +136,12 @@ public:
                 const int node = stack.back().first;
                 if (stack.back().second < DependencyCount(node)) {
                     const int d = Dependency(node, stack.back().second++);
-                    if (state[static_cast<std::size_t>(d)] == 1) return CircleMessage(stack, d);
+                    if (state[static_cast<std::size_t>(d)] == 1) {
+                        auto from = stack.begin();
+                        while (from->first != d) ++from;
+                        for (; from != stack.end(); ++from) circle.push_back(from->first);
+                        return false;
+                    }
                     if (state[static_cast<std::size_t>(d)] == 0) {
                         state[static_cast<std::size_t>(d)] = 1;
                         stack.emplace_back(d, 0);
@@ -128,7 +153,20 @@ public:
                 stack.pop_back();
             }
         }
-        return "";
+        return true;
+    }
+
+    //! Turns a default wait for a feed on the circle into following the procedure; false if
+    //! the circle has none, so that it is made of relations the flowsheet gives.
+    bool DropDefaultWaitIn(const std::vector<int>& circle) {
+        for (std::size_t j = 0; j < circle.size(); ++j) {
+            if (circle[j] >= opNodes_) continue;
+            Anchor& a = anchors_[static_cast<std::size_t>(circle[j])];
+            if (a.kind != Anchor::WaitForFeed || a.feed != circle[(j + 1) % circle.size()]) continue;
+            a.feed = -1;
+            return true;
+        }
+        return false;
     }
 
     //! The first operation cycle that starts before time zero, as a message; "" if none.
@@ -260,30 +298,51 @@ private:
         return "";
     }
 
-    //! Cycle k of the transfer out (of another batch procedure) that feeds operation i of
-    //! procedure p, when that operation is a transfer in; -1 otherwise.
-    int FeedingTransferOut(int p, int i, int k) const {
-        const CTalOperation* out = LinkedTransferOut(*procs_[static_cast<std::size_t>(p)].proc->GetOp(i));
+    //! What operation i of procedure p may hang on, whatever the cycle: its start relation, and
+    //! for a transfer in without one the transfer out that feeds it (unless that transfer out is
+    //! itself started with or after this transfer in).
+    struct OperationLinks {
+        const StartRelation* relation = nullptr;
+        int refProcedure = -1, refOperation = -1;  // of the relation
+        int feedProcedure = -1, feedOperation = -1;
+        const ProcedureStart* procedureStart = nullptr;
+    };
+
+    OperationLinks LinksOf(int p, int i) const {
+        const CTalProcedure& proc = *procs_[static_cast<std::size_t>(p)].proc;
+        const ScheduleSettings& s = doc_.schedule;
+        OperationLinks l;
+        l.procedureStart = s.StartOf(proc.Name());
+        l.relation = s.RelationOf(proc.Name(), proc.GetOp(i)->Name());
+        if (l.relation) {
+            l.refProcedure = procIndex_.at(doc_.FindProcedure(l.relation->refProcedure));
+            l.refOperation = OperationIndex(*procs_[static_cast<std::size_t>(l.refProcedure)].proc, l.relation->refOperation);
+            return l;
+        }
+        const CTalOperation* out = LinkedTransferOut(*proc.GetOp(i));
         const auto found = out ? procIndex_.find(out->Owner()) : procIndex_.end();
-        if (found == procIndex_.end() || k >= procs_[static_cast<std::size_t>(found->second)].cycles) return -1;
-        return Node(found->second, OperationIndex(*out->Owner(), out->Name()), k);
+        if (found == procIndex_.end()) return l;
+        const StartRelation* back = s.RelationOf(out->Owner()->Name(), out->Name());
+        if (back && back->refProcedure == proc.Name() && back->refOperation == proc.GetOp(i)->Name()) return l;
+        l.feedProcedure = found->second;
+        l.feedOperation = OperationIndex(*out->Owner(), out->Name());
+        return l;
     }
 
     //! What the start of cycle k of operation i of procedure p hangs on.
-    void SetAnchor(int p, int i, int k) {
+    void SetAnchor(int p, int i, int k, const OperationLinks& l) {
         const ProcInfo& info = procs_[static_cast<std::size_t>(p)];
         Anchor& a = anchors_[static_cast<std::size_t>(Node(p, i, k))];
-        const ScheduleSettings& s = doc_.schedule;
-        const StartRelation* r = s.RelationOf(info.proc->Name(), info.proc->GetOp(i)->Name());
-        const int ref = r ? procIndex_.at(doc_.FindProcedure(r->refProcedure)) : -1;
+        const StartRelation* r = l.relation;
         // Cycle k of the operation keys on cycle k of the reference; a cycle that the
         // reference's procedure does not have follows on as if there were no relation.
-        const int feed = r ? -1 : FeedingTransferOut(p, i, k);
-        if (r && k < procs_[static_cast<std::size_t>(ref)].cycles) {
-            const ProcInfo& refInfo = procs_[static_cast<std::size_t>(ref)];
-            a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After,
-                 Node(ref, OperationIndex(*refInfo.proc, r->refOperation), k), r->shift};
-        } else if (feed >= 0 && (i > 0 || k > 0 || !s.StartOf(info.proc->Name()))) {
+        const int feed = l.feedProcedure >= 0 && k < procs_[static_cast<std::size_t>(l.feedProcedure)].cycles
+                             ? Node(l.feedProcedure, l.feedOperation, k)
+                             : -1;
+        if (r && k < procs_[static_cast<std::size_t>(l.refProcedure)].cycles) {
+            a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After, Node(l.refProcedure, l.refOperation, k),
+                 r->shift};
+        } else if (feed >= 0 && (i > 0 || k > 0 || !l.procedureStart)) {
             // A transfer in without a relation of its own waits for the transfer out that feeds
             // it and for its vessel, whichever comes later; a start of its procedure holds.
             const int previous = i > 0 ? Node(p, i - 1, k) : k > 0 ? Node(p, info.ops - 1, k - 1) : -1;
@@ -292,7 +351,7 @@ private:
             a = {Anchor::FollowPrevious, Node(p, i - 1, k), 0.0};
         } else if (k > 0) {
             a = {Anchor::FollowPrevious, Node(p, info.ops - 1, k - 1), 0.0};
-        } else if (const ProcedureStart* ps = s.StartOf(info.proc->Name()); ps && !ps->after.empty()) {
+        } else if (const ProcedureStart* ps = l.procedureStart; ps && !ps->after.empty()) {
             a = {Anchor::AfterProcedure, EndNode(procIndex_.at(doc_.FindProcedure(ps->after))), ps->time};
         } else {
             a = {Anchor::Fixed, -1, ps ? ps->time : 0.0};
@@ -340,22 +399,20 @@ private:
             case Anchor::After:
             case Anchor::AfterProcedure: setupStart_[n] = end_[ref] + a.shift; break;
             case Anchor::With: setupStart_[n] = processStart_[ref] + a.shift - setup; break;
-            case Anchor::WaitForFeed:
-                setupStart_[n] = std::max(a.node >= 0 ? end_[ref] : 0.0, processStart_[static_cast<std::size_t>(a.feed)] - setup);
+            case Anchor::WaitForFeed: {
+                const double free = a.node >= 0 ? end_[ref] : 0.0;
+                setupStart_[n] = a.feed >= 0 ? std::max(free, processStart_[static_cast<std::size_t>(a.feed)] - setup) : free;
                 break;
+            }
         }
         processStart_[n] = setupStart_[n] + setup;
         end_[n] = processStart_[n] + process;
     }
 
-    std::string CircleMessage(const std::vector<std::pair<int, std::size_t>>& stack, int back) const {
+    std::string CircleMessage(const std::vector<int>& circle) const {
         std::string text = "the start relations go round in a circle: ";
-        bool inCircle = false;
-        for (const auto& [node, next] : stack) {
-            inCircle = inCircle || node == back;
-            if (inCircle) text += NodeName(node) + " waits for ";
-        }
-        return text + NodeName(back);
+        for (const int node : circle) text += NodeName(node) + " waits for ";
+        return text + NodeName(circle.front());
     }
 
     const CTalDocEss& doc_;
@@ -444,9 +501,11 @@ std::string Contradiction(const BatchSchedule& s) {
     return "";
 }
 
-//! A transfer in that a relation starts before the transfer out feeding it: allowed (a receiving
-//! vessel may open its line early), but noted, since it usually is a sign of a wrong shift.
-void WarnOfEarlyTransfersIn(BatchSchedule& s) {
+//! A transfer in that does not run with the transfer out feeding it: allowed, but noted. Early (a
+//! relation's shift, or a feed from the batch before) the receiving vessel opens its line before
+//! anything comes; late (its vessel still busy, or its procedure started later) the material leaves
+//! before it can be taken.
+void WarnOfUnsynchronisedTransfers(BatchSchedule& s) {
     for (const TransferLink& link : s.links) {
         const ScheduledOperation* from = nullptr;
         const ScheduledOperation* to = nullptr;
@@ -455,10 +514,12 @@ void WarnOfEarlyTransfersIn(BatchSchedule& s) {
             if (o.op == link.from) from = &o;
             if (o.op == link.to) to = &o;
         }
-        if (!from || !to || to->processStart >= from->processStart - kTimeTolerance) continue;
-        s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) +
-                             " h, before the transfer out " + OpName(*link.from) + " that feeds it starts at " +
-                             HoursMinutes(from->processStart) + " h");
+        if (!from || !to || std::abs(to->processStart - from->processStart) <= kTimeTolerance) continue;
+        const bool early = to->processStart < from->processStart;
+        s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) + " h, " +
+                             (early ? "before" : "after") + " the transfer out " + OpName(*link.from) + " that feeds it starts at " +
+                             HoursMinutes(from->processStart) + " h" +
+                             (early ? "" : ": the material leaves before it can be taken; start the transfer out with the transfer in"));
     }
 }
 
@@ -516,7 +577,7 @@ BatchSchedule ComputeSchedule(const CTalDocEss& doc) {
     FillCycleAndYear(doc, s);
     FillLinks(s);
     s.error = Contradiction(s);
-    WarnOfEarlyTransfersIn(s);
+    WarnOfUnsynchronisedTransfers(s);
     return s;
 }
 

@@ -317,6 +317,54 @@ TEST(StartRelations, ATransferInWithoutARelationWaitsForItsBusyVessel) {
     ExpectTimes(s, "P-2", "HOLD-1", 0, 5, 65);
     ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);  // the feed was ready at 0:20
     ExpectTimes(s, "P-2", "REACT", 95, 95, 335);
+    EXPECT_TRUE(HasWarning(s, "transfer in P-2/TRANSFER-IN-1 starts at 1:05 h, after the transfer out P-1/TRANSFER-OUT-1 that "
+                              "feeds it starts at 0:20 h: the material leaves before it can be taken; start the transfer out "
+                              "with the transfer in"))
+        << Warnings(s);
+}
+
+TEST(StartRelations, ATransferOutStartedWithItsTransferInHoldsBackForTheBusyVessel) {
+    const std::string hold = R"({"model": "Holding", "name": "HOLD-1", "SetupTime": "5 min", "ProcessTime": "1 h"},
+       )";
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold), "sender waits");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    // The sender keys on the receiver: no circle with the receiver's default wait for its feed.
+    doc->schedule.operations.push_back({"P-1", "TRANSFER-OUT-1", StartRelation::Anchor::With, "P-2", "TRANSFER-IN-1", 0.0});
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 65, 65, 95);
+    EXPECT_TRUE(s.warnings.empty()) << Warnings(s);
+}
+
+TEST(StartRelations, ATransferOutTimedByItsTransferInIsNoDurationCircle) {
+    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "master");
+    CTalOperation* out = doc->FindProcedure("P-1")->GetOp(1);
+    CTalOperation* in = doc->FindProcedure("P-2")->GetOp(0);
+    out->m_ProcessTimeMode = 3;
+    out->SetMasterOperation(in);
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // 1000 kg at 100 kg/min: the transfer in's own 10 min set both.
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 30);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 20, 20, 30);
+}
+
+TEST(StartRelations, AStreamSentBackBetweenVesselsIsScheduledNotACircle) {
+    auto doc = LoadFlowsheet(RecycleBetweenVessels(), "recycle");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // V-101: charge 0:00-0:20, S-2 back 0:20-0:50 (its feed comes later: it keeps its place),
+    // S-1 out 0:50-1:20 with V-102 taking it, V-102 sends S-2 1:20-1:50.
+    ExpectTimes(s, "P-1", "TRANSFER-IN-1", 20, 20, 50);
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 50, 50, 80);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 50, 50, 80);
+    ExpectTimes(s, "P-2", "TRANSFER-OUT-1", 80, 80, 110);
+    EXPECT_TRUE(HasWarning(s, "transfer in P-1/TRANSFER-IN-1 starts at 0:20 h, before the transfer out P-2/TRANSFER-OUT-1 that "
+                              "feeds it starts at 1:20 h"))
+        << Warnings(s);
 }
 
 TEST(StartRelations, ATransferInWaitsForTheSameCycleOfItsFeed) {
