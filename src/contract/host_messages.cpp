@@ -115,14 +115,14 @@ std::string CaptionText(unsigned caption) {
     switch (caption) {
         case 0x600: return "Equipment Data";
         case 0x601: return "Operating Conditions";
-        case 0x604: return "Material Balance";
-        case 0x607: return "Emissions";
-        case 0x60D: return "Reactions";
-        case 0x60E: return "Kinetics";
-        case 0x613: return "Cleaning Steps";
+        case 0x604: return "Profiles";
+        case 0x607: return "Crystallization";
+        case 0x60D: return "Cost";
+        case 0x60E: return "Material Balance";
+        case 0x613: return "Utilities";
         case 0x615: return "Volumes";
-        case 0x61A: return "Utilities";
-        case 0x61B: return "Profiles";
+        case 0x61A: return "Removal";
+        case 0x61B: return "Packing";
         case 0x628: return "Equipment Database";
         default: return "Page " + std::to_string(caption);
     }

@@ -161,6 +161,13 @@ TEST_F(MembraneTest, CostAndUtilitiesGroupsAreCheckedOnTheirOwn) {
     op->m_MembraneUnitCost = -5.0;
     EXPECT_EQ(test::FirstRefusal(*op, 14), "Membrane Unit Cost 1601");
     EXPECT_EQ(test::FirstRefusal(*op, 0), "accepted");
+    {
+        // The message names the page it belongs to.
+        ValidationSink sink;
+        op->IsSimDataComplete(14, &sink, false, 1);
+        ASSERT_EQ(sink.Issues().size(), 1u);
+        EXPECT_EQ(sink.Issues()[0].text, "Cost: Membrane Unit Cost must not be negative.");
+    }
     op->m_MembraneUnitCost = 200.0;
     op->m_IsExitTempSetByUser = 1;
     op->m_ExitTemp = 100.0;
@@ -174,6 +181,16 @@ TEST_F(MembraneTest, CostAndUtilitiesGroupsAreCheckedOnTheirOwn) {
         EXPECT_EQ(op->IsSimDataComplete(group, &sink, false, 1), 1) << group;
         EXPECT_EQ(sink.Questions().size(), questions) << group;
     }
+}
+
+// Both forms of the equipment report give the filter's area.
+TEST_F(MembraneTest, EquipmentReportGivesTheAreaInBothForms) {
+    Build(0xA032);
+    auto& filter = dynamic_cast<CTalMembraneFilter&>(*proc->Equipment());
+    filter.m_MembraneArea = 78.714;
+    EXPECT_EQ(test::Capture([&](std::FILE* f) { filter.WriteEER_Description(f); }),
+              "                  Membrane Area = 78.71 m2\n\n");
+    EXPECT_EQ(test::Capture([&](std::FILE* f) { filter.WriteEER_Description_XLS(f); }), "\t\t Membrane Area = 78.71 m2\n\n");
 }
 
 // Reports run in display units: times in hours, rejections in percent, the exit temperature only

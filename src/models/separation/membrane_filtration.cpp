@@ -122,6 +122,10 @@ void CTalMembraneFilter::WriteEER_Description(std::FILE* f, int) {
     std::fprintf(f, "%17s Membrane Area = %-.2lf m2\n\n", "", m_MembraneArea);
 }
 
+void CTalMembraneFilter::WriteEER_Description_XLS(std::FILE* f, int) {
+    std::fprintf(f, "\t\t Membrane Area = %-.2lf m2\n\n", m_MembraneArea);
+}
+
 void CTalMembraneFilter::WriteIDR_Description(std::FILE* f, int flag) {
     CTalEquipment::WriteIDR_Description(f, flag);
     if (!IsDesignMode()) {

@@ -41,6 +41,7 @@ public:
     void InitCostParams() override;
     int IsSimDataComplete(int group, CTalEquipmentPP* page, int flag) override;
     void WriteEER_Description(std::FILE* f, int = 0) override;
+    void WriteEER_Description_XLS(std::FILE* f, int = 0) override;
     void WriteIDR_Description(std::FILE* f, int = 0) override;
     bool SetNumericalValue(int id, double value, int = 0) override;
     int IsDBEquipPropsValid(CTalSpecsPP* page, int flag) override;
