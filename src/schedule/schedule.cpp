@@ -514,6 +514,14 @@ void WarnOfUnsynchronisedTransfers(BatchSchedule& s) {
             if (o.op == link.from) from = &o;
             if (o.op == link.to) to = &o;
         }
+        const int fromCycles = std::max(link.from->Owner()->NumberOfCycles(), 1);
+        const int toCycles = std::max(link.to->Owner()->NumberOfCycles(), 1);
+        if (fromCycles != toCycles) {
+            s.warnings.push_back("transfer out " + OpName(*link.from) + " runs in " + std::to_string(fromCycles) +
+                                 " cycles and the transfer in " + OpName(*link.to) + " it feeds in " + std::to_string(toCycles) +
+                                 ": cycle k of one goes with cycle k of the other, and the cycles after " +
+                                 std::to_string(std::min(fromCycles, toCycles)) + " have no partner");
+        }
         if (!from || !to || std::abs(to->processStart - from->processStart) <= kTimeTolerance) continue;
         const bool early = to->processStart < from->processStart;
         s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) + " h, " +

@@ -383,6 +383,19 @@ TEST(StartRelations, ATransferInWaitsForTheSameCycleOfItsFeed) {
     ExpectTimes(s, "P-2", "TRANSFER-IN-1", 350, 350, 380, 1);
 }
 
+TEST(StartRelations, TransfersWhoseProceduresRunDifferentCyclesAreNoted) {
+    std::string text = WithoutTheTransferInRelation(TwoVesselRecipe("0 min"));
+    const std::string p1 = R"js("name": "P-1", "type": "Vessel Procedure (Generic)",)js";
+    text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
+    auto doc = LoadFlowsheet(text, "cycles");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    EXPECT_TRUE(HasWarning(s, "transfer out P-1/TRANSFER-OUT-1 runs in 2 cycles and the transfer in P-2/TRANSFER-IN-1 it feeds "
+                              "in 1: cycle k of one goes with cycle k of the other, and the cycles after 1 have no partner"))
+        << Warnings(s);
+}
+
 TEST(StartRelations, CircularMastersAreRefusedNotFollowedForever) {
     auto doc = LoadFlowsheet(CyclingVessel(1), "masters");
     CTalProcedure& p = *doc->Procedures()[0];
