@@ -57,7 +57,7 @@ constexpr MessageEntry kHostMessages[] = {
     {0x4525, "The requested concentration factor cannot be reached.\nNothing was evaporated."},
     {0x4526, "The requested final concentration cannot be reached.\nNothing was evaporated."},
     {0x4527, "The requested final mass fraction cannot be reached.\nNothing was evaporated."},
-    {0x452A, "No volatile component has been selected."},
+    {0x452A, "The same component has been selected for both solvents."},
     {22865, "A globule is not lighter than the liquid; it cannot be removed by flotation."},
     {22866, "A particle is not heavier than the liquid; it cannot be removed by settling."},
 };
@@ -115,14 +115,14 @@ std::string CaptionText(unsigned caption) {
     switch (caption) {
         case 0x600: return "Equipment Data";
         case 0x601: return "Operating Conditions";
-        case 0x604: return "Material Balance";
-        case 0x607: return "Emissions";
-        case 0x60D: return "Reactions";
-        case 0x60E: return "Kinetics";
-        case 0x613: return "Cleaning Steps";
+        case 0x604: return "Profiles";
+        case 0x607: return "Crystallization";
+        case 0x60D: return "Cost";
+        case 0x60E: return "Material Balance";
+        case 0x613: return "Utilities";
         case 0x615: return "Volumes";
-        case 0x61A: return "Utilities";
-        case 0x61B: return "Profiles";
+        case 0x61A: return "Removal";
+        case 0x61B: return "Packing";
         case 0x628: return "Equipment Database";
         default: return "Page " + std::to_string(caption);
     }

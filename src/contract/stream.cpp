@@ -96,6 +96,12 @@ void CTalSModel::SetComponentLiquidFrac(std::string_view name, double f) {
 }
 void CTalSModel::SetComponentExtraCellFrac(int i, double f) { c_[Idx(i)].extra = Clip01(f); }
 
+void CTalSModel::SetComponentCellFlows(int i, double intra, double extra) {
+    const double total = intra + extra;
+    SetComponentFlow(i, total);
+    c_[Idx(i)].extra = total > 1e-15 ? Clip01(extra / total) : 1.0;
+}
+
 // ---------------------------------------------------------------- totals
 
 double CTalSModel::TimeRefFlowF(int timeRef) const {
@@ -630,17 +636,28 @@ void CTalSModel::CompSplitN(CTalSModel* const* outs, int n, const double* const*
     }
 }
 
-int CTalSModel::DivideInto(const CTalSModel& a, CTalSModel& b) const {
-    if (a.c_.size() != c_.size()) return 0;
+int CTalSModel::DivideInto(CTalSModel& a, CTalSModel& b) const {
+    const bool selfIsFirst = &a == this;
+    const CTalSModel& kept = selfIsFirst ? b : a;
+    CTalSModel& rest = selfIsFirst ? a : b;
+    if (kept.c_.size() != c_.size()) return 0;
     const CTalSModel source(*this);
+    const CTalSModel part(kept);
     int ok = 1;
-    b.SetAllFrom(source, 1.0);
+    rest.SetAllFrom(source, 1.0);
+    // The intracellular and extracellular parts are divided each on its own, so that the
+    // remainder keeps the cell fraction of what was left behind.
     for (std::size_t i = 0; i < c_.size(); ++i) {
-        const double rest = source.c_[i].flow - a.c_[i].flow;
-        if (rest < -1e-12 * std::max(source.c_[i].flow, 1.0)) ok = 0;
-        b.c_[i].flow = std::max(rest, 0.0);
+        const int k = static_cast<int>(i);
+        const double remainder = source.c_[i].flow - part.c_[i].flow;
+        if (remainder < -1e-12 * std::max(source.c_[i].flow, 1.0)) ok = 0;
+        const double extra = std::max(source.ComponentExtraMassFlow(k) - part.ComponentExtraMassFlow(k), 0.0);
+        const double intra = std::max(source.ComponentIntraMassFlow(k) - part.ComponentIntraMassFlow(k), 0.0);
+        rest.c_[i].flow = std::max(remainder, 0.0);
+        const double sum = intra + extra;
+        rest.c_[i].extra = sum > 1e-15 ? extra / sum : 1.0;
     }
-    b.RememberComposition();
+    rest.RememberComposition();
     return ok;
 }
 

@@ -48,7 +48,7 @@ const Symbol* FindSymbol(std::string_view s, double batchTime, Symbol& scratch) 
         {"\xC2\xB0" "C", 1.0, Dim(0, 0, 0, 1), 273.15},
         {"degF", 5.0 / 9.0, Dim(0, 0, 0, 1), 459.67 * 5.0 / 9.0},
         {"\xC2\xB0" "F", 5.0 / 9.0, Dim(0, 0, 0, 1), 459.67 * 5.0 / 9.0},
-        {"Pa", 1.0, Dim(1, -1, -2)},        {"kPa", 1e3, Dim(1, -1, -2)},
+        {"Pa", 1.0, Dim(1, -1, -2)},        {"cP", 1e-3, Dim(1, -1, -1)},        {"kPa", 1e3, Dim(1, -1, -2)},
         {"MPa", 1e6, Dim(1, -1, -2)},       {"bar", 1e5, Dim(1, -1, -2)},
         {"mbar", 1e2, Dim(1, -1, -2)},      {"atm", 101325.0, Dim(1, -1, -2)},
         {"psi", 6894.757293168, Dim(1, -1, -2)}, {"mmHg", 133.322387415, Dim(1, -1, -2)},
@@ -60,7 +60,8 @@ const Symbol* FindSymbol(std::string_view s, double batchTime, Symbol& scratch) 
         {"mol", 1e-3, Dim(0, 0, 0, 0, 1)},  {"kmol", 1.0, Dim(0, 0, 0, 0, 1)},
         {"%", 0.01, kDimensionless},        {"$", 1.0, Dim(0, 0, 0, 0, 0, 1)},
         {"USD", 1.0, Dim(0, 0, 0, 0, 0, 1)},
-        {"cP", 1e-3, Dim(1, -1, -1)},       {"dyn", 1e-5, Dim(1, 1, -2)},
+        {"mPa", 1e-3, Dim(1, -1, -2)},      {"cP", 1e-3, Dim(1, -1, -1)},
+        {"dyn", 1e-5, Dim(1, 1, -2)},
     };
     for (const Symbol& sym : kSymbols) {
         if (s == sym.name) return &sym;
@@ -104,6 +105,7 @@ Dimension DimensionOf(Quantity q) {
         case Quantity::Viscosity: return Dim(1, -1, -1);
         case Quantity::SurfaceTension: return Dim(1, 0, -2);
         case Quantity::Velocity: return Dim(0, 1, -1);
+        case Quantity::SpecificEnergy: return Dim(0, 2, -2);
         case Quantity::VolumeFlux: return Dim(0, 1, -1);
     }
     return kDimensionless;
@@ -295,6 +297,7 @@ const char* QuantityName(Quantity q) {
         case Quantity::Viscosity: return "viscosity";
         case Quantity::SurfaceTension: return "surface tension";
         case Quantity::Velocity: return "velocity";
+        case Quantity::SpecificEnergy: return "heat per mass";
         case Quantity::VolumeFlux: return "volume flow per area";
     }
     return "unknown";

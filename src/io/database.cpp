@@ -109,6 +109,10 @@ const std::map<std::string, PropertySetter>& ComponentProperties() {
              if (!v.is_boolean()) throw InputError(w, "expected true or false");
              c.isBiomass = v.get<bool>();
          }},
+        {"IsSolvent", [](CTalPureComponent& c, const json& v, const std::string& w) {
+             if (!v.is_boolean()) throw InputError(w, "expected true or false");
+             c.isSolvent = v.get<bool>();
+         }},
     };
     return setters;
 }

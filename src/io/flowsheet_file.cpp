@@ -30,6 +30,7 @@ constexpr std::size_t kMinIngredientBytes = 1 + 8;
 //! Files from this version on keep the flowsheet's stock mixtures after its components.
 constexpr double kMixturesSinceVersion = 6.1;
 constexpr double kRecyclesSinceVersion = 6.2;  // recycle options and loops in the run record
+constexpr double kSolventFlagSinceVersion = 6.5;  // a component's solvent flag
 constexpr double kSkidsSinceVersion = 6.4;     // the cleaning skids, before the streams
 constexpr std::size_t kMinSkidBytes = 2 + 1;
 constexpr double kScheduleSinceVersion = 6.3;  // start relations, plant cycle time and annual time
@@ -136,6 +137,11 @@ void TransferComponent(CArchive& ar, CTalPureComponent& c) {
     Transfer(ar, c.diffusivityInWater);
     Transfer(ar, c.particleSize);
     TransferFlag(ar, c.isBiomass, "biomass flag");
+    if (ar.IsStoring() ? ar.StoreVersionNo() >= kSolventFlagSinceVersion : ar.VersionNo() >= kSolventFlagSinceVersion) {
+        TransferFlag(ar, c.isSolvent, "solvent flag");
+    } else {
+        c.isSolvent = false;
+    }
 }
 
 void TransferMixture(CArchive& ar, CTalStockMixture& m) {

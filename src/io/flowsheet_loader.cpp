@@ -389,7 +389,8 @@ private:
             if (!found) Fail(Key(p.at, key), "procedure '" + ref->Name() + "' has no operation '" + r->refOperation + "'");
             if (ref->Name() == r->procedure && r->refOperation == r->operation) Fail(Key(p.at, key), "an operation cannot start with or after itself");
         }
-        // Without relations every operation follows the one before it: nothing can go round.
+        // Without relations nothing can go round: a transfer in's default wait for its feed gives
+        // way where it would close a circle.
         if (pendingStarts_.empty() && doc_->schedule.procedures.empty()) return;
         if (const std::string e = CheckStartRelations(*doc_); !e.empty()) Fail("procedures", e);
     }

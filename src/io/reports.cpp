@@ -103,6 +103,7 @@ const char* SiUnit(Quantity q) {
         case Quantity::Viscosity: return "Pa s";
         case Quantity::SurfaceTension: return "N/m";
         case Quantity::Velocity: return "m/s";
+        case Quantity::SpecificEnergy: return "J/kg";
         case Quantity::VolumeFlux: return "m3/(m2 s)";
         default: return "";
     }

@@ -19,8 +19,12 @@
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
+#include "unitops/models/mass_transfer/batch_crystallize.hpp"
+#include "unitops/models/mass_transfer/batch_extract.hpp"
+#include "unitops/models/mass_transfer/batch_vaporize.hpp"
 #include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/models/vessel/cleaning.hpp"
+#include "unitops/models/vessel/decanting.hpp"
 #include "unitops/models/vessel/gas_handling.hpp"
 #include "unitops/models/vessel/pull_in.hpp"
 #include "unitops/models/vessel/storage.hpp"
@@ -28,6 +32,9 @@
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
+#include "unitops/models/separation/centrifugation.hpp"
+#include "unitops/models/separation/membrane_filtration.hpp"
+#include "unitops/models/separation/diafiltration.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -90,6 +97,15 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalHoldOp), RUNTIME_CLASS(CTalAgitateOp), RUNTIME_CLASS(CTalBatchStorage),
                  RUNTIME_CLASS(CTalBatchSolidsStorage), RUNTIME_CLASS(CTalContinuousSolidsStorage),
                  RUNTIME_CLASS(CTalContinuousStorage), RUNTIME_CLASS(CTalStoringInPlasticBag),
+                 // Centrifugation and membrane separations
+                 RUNTIME_CLASS(CTalCentrifugation), RUNTIME_CLASS(CTalCentrifuge), RUNTIME_CLASS(CTalDecanterCentrifuge),
+                 RUNTIME_CLASS(CTalMembraneFiltration), RUNTIME_CLASS(CTalBatchMembraneFiltration),
+                 RUNTIME_CLASS(CTalContMembraneFiltration), RUNTIME_CLASS(CTalMembraneFilter),
+                 RUNTIME_CLASS(CTalMicroFilter), RUNTIME_CLASS(CTalUltraFilter), RUNTIME_CLASS(CTalReverseOsmosisFilter),
+                 RUNTIME_CLASS(CTalDiafilter), RUNTIME_CLASS(CTalDiafiltration),
+                 // Batch separations in a vessel and decanting
+                 RUNTIME_CLASS(CTalBatchCrystallizeOp), RUNTIME_CLASS(CTalBatchVaporizeOp),
+                 RUNTIME_CLASS(CTalBatchExtractOp), RUNTIME_CLASS(CTalDecanting),
                  // Absorption, stripping and gas cycloning
                  RUNTIME_CLASS(CTalAbsorption), RUNTIME_CLASS(CTalStripping), RUNTIME_CLASS(CTalAbsorber),
                  RUNTIME_CLASS(CTalStripper), RUNTIME_CLASS(CTalCycloning), RUNTIME_CLASS(CTalGasCycloning),

@@ -45,7 +45,8 @@ public:
         const double width = g_.left + g_.chartWidth + 40.0;
         out_ += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
         out_ += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + Num(width) + "\" height=\"" + Num(height) +
-                "\" viewBox=\"0 0 " + Num(width) + " " + Num(height) + "\" font-family=\"sans-serif\" font-size=\"12\" data-x0=\"" +
+                "\" viewBox=\"0 0 " + Num(width) + " " + Num(height) +
+                "\" xml:space=\"preserve\" font-family=\"sans-serif\" font-size=\"12\" data-x0=\"" +
                 Num(g_.left) + "\" data-px-per-hour=\"" + Num(pxPerHour_) + "\">\n";
         out_ += "<defs><marker id=\"arrow\" viewBox=\"0 0 10 10\" refX=\"9\" refY=\"5\" markerWidth=\"7\" markerHeight=\"7\" "
                 "orient=\"auto\"><path d=\"M0,0 L10,5 L0,10 z\" fill=\"#444\"/></marker></defs>\n";

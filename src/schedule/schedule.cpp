@@ -44,7 +44,13 @@ const CTalOperation* LinkedTransferOut(const CTalOperation& op) {
 //! material at the same time. Null when the operation keeps its own.
 const CTalOperation* DurationSource(const CTalOperation& op) {
     if (op.ProcessTimeMode() == 3 && op.MasterOperation() && op.MasterOperation() != &op) return op.MasterOperation();
-    if (op.ProcessTimeMode() == 2 && dynamic_cast<const CTalTransferInOp*>(&op)) return LinkedTransferOut(op);
+    if (op.ProcessTimeMode() == 2 && dynamic_cast<const CTalTransferInOp*>(&op)) {
+        // Unless that transfer out takes its duration from this transfer in: then the transfer
+        // in's own calculated duration sets both.
+        const CTalOperation* out = LinkedTransferOut(op);
+        if (out && out->ProcessTimeMode() == 3 && out->MasterOperation() == &op) return nullptr;
+        return out;
+    }
     return nullptr;
 }
 
@@ -91,8 +97,9 @@ public:
         if (std::string e = CheckSettingsNames(); !e.empty()) return e;
         anchors_.resize(static_cast<std::size_t>(opNodes_));
         for (int p = 0; p < static_cast<int>(procs_.size()); ++p) {
-            for (int k = 0; k < procs_[p].cycles; ++k) {
-                for (int i = 0; i < procs_[p].ops; ++i) SetAnchor(p, i, k);
+            for (int i = 0; i < procs_[p].ops; ++i) {
+                const OperationLinks links = LinksOf(p, i);
+                for (int k = 0; k < procs_[p].cycles; ++k) SetAnchor(p, i, k, links);
             }
         }
         return "";
@@ -101,8 +108,21 @@ public:
     bool Empty() const { return procs_.empty(); }
 
     //! Works out every time from the durations (per procedure and operation); "" or the circle.
+    //! A transfer in waits for its feed only by default: where that wait closes a circle (the
+    //! feed comes from later in the batch, as in a recycle between vessels), the transfer in
+    //! keeps its place in its procedure instead and the walk starts over.
     std::string Evaluate(const std::map<const CTalOperation*, std::pair<double, double>>& durations) {
         durations_ = &durations;
+        for (;;) {
+            std::vector<int> circle;
+            if (Walk(circle)) return "";
+            if (!DropDefaultWaitIn(circle)) return CircleMessage(circle);
+        }
+    }
+
+    //! One walk over the graph in order of dependence; false with the nodes of a circle, each
+    //! waiting for the next and the last for the first.
+    bool Walk(std::vector<int>& circle) {
         const std::size_t n = static_cast<std::size_t>(opNodes_) + procs_.size();
         setupStart_.assign(n, 0.0);
         processStart_.assign(n, 0.0);
@@ -116,7 +136,12 @@ public:
                 const int node = stack.back().first;
                 if (stack.back().second < DependencyCount(node)) {
                     const int d = Dependency(node, stack.back().second++);
-                    if (state[static_cast<std::size_t>(d)] == 1) return CircleMessage(stack, d);
+                    if (state[static_cast<std::size_t>(d)] == 1) {
+                        auto from = stack.begin();
+                        while (from->first != d) ++from;
+                        for (; from != stack.end(); ++from) circle.push_back(from->first);
+                        return false;
+                    }
                     if (state[static_cast<std::size_t>(d)] == 0) {
                         state[static_cast<std::size_t>(d)] = 1;
                         stack.emplace_back(d, 0);
@@ -128,7 +153,20 @@ public:
                 stack.pop_back();
             }
         }
-        return "";
+        return true;
+    }
+
+    //! Turns a default wait for a feed on the circle into following the procedure; false if
+    //! the circle has none, so that it is made of relations the flowsheet gives.
+    bool DropDefaultWaitIn(const std::vector<int>& circle) {
+        for (std::size_t j = 0; j < circle.size(); ++j) {
+            if (circle[j] >= opNodes_) continue;
+            Anchor& a = anchors_[static_cast<std::size_t>(circle[j])];
+            if (a.kind != Anchor::WaitForFeed || a.feed != circle[(j + 1) % circle.size()]) continue;
+            a.feed = -1;
+            return true;
+        }
+        return false;
     }
 
     //! The first operation cycle that starts before time zero, as a message; "" if none.
@@ -172,7 +210,6 @@ public:
             }
             s.procedures.push_back(sp);
         }
-        s.warnings.insert(s.warnings.end(), notes_.begin(), notes_.end());
     }
 
     static std::string EquipmentName(const CTalProcedure& p) {
@@ -187,9 +224,10 @@ private:
         int base;  // its first node
     };
     struct Anchor {
-        enum Kind { Fixed, FollowPrevious, With, After, AfterProcedure } kind = Fixed;
+        enum Kind { Fixed, FollowPrevious, With, After, AfterProcedure, WaitForFeed } kind = Fixed;
         int node = -1;       // the node it hangs on
         double shift = 0.0;  // s; the start itself for Fixed
+        int feed = -1;       // WaitForFeed: the transfer out whose process it starts with at the earliest
     };
 
     int Node(int p, int op, int cycle) const {
@@ -249,32 +287,71 @@ private:
             if (std::string e = FindScheduled(ps.after, what, after); !e.empty()) return e;
             if (after == p) return what + " refers to the procedure itself";
         }
+        for (const ProcedureStart& ps : s.procedures) {
+            const CTalProcedure& proc = *procs_[static_cast<std::size_t>(procIndex_.at(doc_.FindProcedure(ps.procedure)))].proc;
+            if (const StartRelation* r = s.RelationOf(proc.Name(), proc.GetOp(0)->Name())) {
+                return "procedure " + proc.Name() + " has a start of its own and its first operation " + OpName(*proc.GetOp(0)) +
+                       " a start relation with or after " + r->refProcedure + "/" + r->refOperation +
+                       ": the two contradict each other; keep one of them";
+            }
+        }
         return "";
     }
 
+    //! What operation i of procedure p may hang on, whatever the cycle: its start relation, and
+    //! for a transfer in without one the transfer out that feeds it (unless that transfer out is
+    //! itself started with or after this transfer in).
+    struct OperationLinks {
+        const StartRelation* relation = nullptr;
+        int refProcedure = -1, refOperation = -1;  // of the relation
+        int feedProcedure = -1, feedOperation = -1;
+        const ProcedureStart* procedureStart = nullptr;
+    };
+
+    OperationLinks LinksOf(int p, int i) const {
+        const CTalProcedure& proc = *procs_[static_cast<std::size_t>(p)].proc;
+        const ScheduleSettings& s = doc_.schedule;
+        OperationLinks l;
+        l.procedureStart = s.StartOf(proc.Name());
+        l.relation = s.RelationOf(proc.Name(), proc.GetOp(i)->Name());
+        if (l.relation) {
+            l.refProcedure = procIndex_.at(doc_.FindProcedure(l.relation->refProcedure));
+            l.refOperation = OperationIndex(*procs_[static_cast<std::size_t>(l.refProcedure)].proc, l.relation->refOperation);
+            return l;
+        }
+        const CTalOperation* out = LinkedTransferOut(*proc.GetOp(i));
+        const auto found = out ? procIndex_.find(out->Owner()) : procIndex_.end();
+        if (found == procIndex_.end()) return l;
+        const StartRelation* back = s.RelationOf(out->Owner()->Name(), out->Name());
+        if (back && back->refProcedure == proc.Name() && back->refOperation == proc.GetOp(i)->Name()) return l;
+        l.feedProcedure = found->second;
+        l.feedOperation = OperationIndex(*out->Owner(), out->Name());
+        return l;
+    }
+
     //! What the start of cycle k of operation i of procedure p hangs on.
-    void SetAnchor(int p, int i, int k) {
+    void SetAnchor(int p, int i, int k, const OperationLinks& l) {
         const ProcInfo& info = procs_[static_cast<std::size_t>(p)];
         Anchor& a = anchors_[static_cast<std::size_t>(Node(p, i, k))];
-        const ScheduleSettings& s = doc_.schedule;
-        const StartRelation* r = s.RelationOf(info.proc->Name(), info.proc->GetOp(i)->Name());
-        const int ref = r ? procIndex_.at(doc_.FindProcedure(r->refProcedure)) : -1;
+        const StartRelation* r = l.relation;
         // Cycle k of the operation keys on cycle k of the reference; a cycle that the
         // reference's procedure does not have follows on as if there were no relation.
-        if (r && i == 0 && k == 0 && s.StartOf(info.proc->Name())) {
-            notes_.push_back("the start of procedure " + info.proc->Name() + " is not used: its first operation " +
-                             OpName(*info.proc->GetOp(0)) + " has a start relation of its own, with or after " + r->refProcedure + "/" +
-                             r->refOperation);
-        }
-        if (r && k < procs_[static_cast<std::size_t>(ref)].cycles) {
-            const ProcInfo& refInfo = procs_[static_cast<std::size_t>(ref)];
-            a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After,
-                 Node(ref, OperationIndex(*refInfo.proc, r->refOperation), k), r->shift};
+        const int feed = l.feedProcedure >= 0 && k < procs_[static_cast<std::size_t>(l.feedProcedure)].cycles
+                             ? Node(l.feedProcedure, l.feedOperation, k)
+                             : -1;
+        if (r && k < procs_[static_cast<std::size_t>(l.refProcedure)].cycles) {
+            a = {r->anchor == StartRelation::Anchor::With ? Anchor::With : Anchor::After, Node(l.refProcedure, l.refOperation, k),
+                 r->shift};
+        } else if (feed >= 0 && (i > 0 || k > 0 || !l.procedureStart)) {
+            // A transfer in without a relation of its own waits for the transfer out that feeds
+            // it and for its vessel, whichever comes later; a start of its procedure holds.
+            const int previous = i > 0 ? Node(p, i - 1, k) : k > 0 ? Node(p, info.ops - 1, k - 1) : -1;
+            a = {Anchor::WaitForFeed, previous, 0.0, feed};
         } else if (i > 0) {
             a = {Anchor::FollowPrevious, Node(p, i - 1, k), 0.0};
         } else if (k > 0) {
             a = {Anchor::FollowPrevious, Node(p, info.ops - 1, k - 1), 0.0};
-        } else if (const ProcedureStart* ps = s.StartOf(info.proc->Name()); ps && !ps->after.empty()) {
+        } else if (const ProcedureStart* ps = l.procedureStart; ps && !ps->after.empty()) {
             a = {Anchor::AfterProcedure, EndNode(procIndex_.at(doc_.FindProcedure(ps->after))), ps->time};
         } else {
             a = {Anchor::Fixed, -1, ps ? ps->time : 0.0};
@@ -285,14 +362,20 @@ private:
     //! of the procedure for a procedure's end. Counted, not listed, so that a step of the walk
     //! costs the same however long the procedure is.
     std::size_t DependencyCount(int node) const {
-        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node >= 0 ? 1 : 0;
+        if (node < opNodes_) {
+            const Anchor& a = anchors_[static_cast<std::size_t>(node)];
+            return (a.node >= 0 ? 1u : 0u) + (a.feed >= 0 ? 1u : 0u);
+        }
         const ProcInfo& info = procs_[static_cast<std::size_t>(node - opNodes_)];
         return static_cast<std::size_t>(info.ops) * static_cast<std::size_t>(info.cycles);
     }
 
     //! The j-th node that `node` hangs on.
     int Dependency(int node, std::size_t j) const {
-        if (node < opNodes_) return anchors_[static_cast<std::size_t>(node)].node;
+        if (node < opNodes_) {
+            const Anchor& a = anchors_[static_cast<std::size_t>(node)];
+            return j == 0 && a.node >= 0 ? a.node : a.feed;
+        }
         return procs_[static_cast<std::size_t>(node - opNodes_)].base + static_cast<int>(j);
     }
 
@@ -316,19 +399,20 @@ private:
             case Anchor::After:
             case Anchor::AfterProcedure: setupStart_[n] = end_[ref] + a.shift; break;
             case Anchor::With: setupStart_[n] = processStart_[ref] + a.shift - setup; break;
+            case Anchor::WaitForFeed: {
+                const double free = a.node >= 0 ? end_[ref] : 0.0;
+                setupStart_[n] = a.feed >= 0 ? std::max(free, processStart_[static_cast<std::size_t>(a.feed)] - setup) : free;
+                break;
+            }
         }
         processStart_[n] = setupStart_[n] + setup;
         end_[n] = processStart_[n] + process;
     }
 
-    std::string CircleMessage(const std::vector<std::pair<int, std::size_t>>& stack, int back) const {
+    std::string CircleMessage(const std::vector<int>& circle) const {
         std::string text = "the start relations go round in a circle: ";
-        bool inCircle = false;
-        for (const auto& [node, next] : stack) {
-            inCircle = inCircle || node == back;
-            if (inCircle) text += NodeName(node) + " waits for ";
-        }
-        return text + NodeName(back);
+        for (const int node : circle) text += NodeName(node) + " waits for ";
+        return text + NodeName(circle.front());
     }
 
     const CTalDocEss& doc_;
@@ -336,7 +420,6 @@ private:
     std::map<const CTalProcedure*, int> procIndex_;
     int opNodes_ = 0;
     std::vector<Anchor> anchors_;
-    std::vector<std::string> notes_;  // relations that are given but cannot take effect
     const std::map<const CTalOperation*, std::pair<double, double>>* durations_ = nullptr;
     std::vector<double> setupStart_, processStart_, end_;
 };
@@ -403,17 +486,26 @@ void FillCycleAndYear(const CTalDocEss& doc, BatchSchedule& s) {
     }
 }
 
-//! Relations that contradict the order of the recipe: an operation pulled before the one before it
-//! in its vessel has ended, and a transfer in that starts before the transfer out feeding it.
-void WarnOfContradictions(BatchSchedule& s) {
+//! A relation that contradicts the recipe, as a message; "" if none. The operations of a
+//! procedure work one after the other on what the one before left, so none may start before the
+//! one before it has ended.
+std::string Contradiction(const BatchSchedule& s) {
     for (std::size_t j = 1; j < s.operations.size(); ++j) {
         const ScheduledOperation& before = s.operations[j - 1];
         const ScheduledOperation& next = s.operations[j];
         if (before.procedure != next.procedure || next.setupStart >= before.end - kTimeTolerance) continue;
-        s.warnings.push_back("operation " + OpName(*next.op) + " starts at " + HoursMinutes(next.setupStart) + " h, before " +
-                             OpName(*before.op) + " ends at " + HoursMinutes(before.end) + " h in the same equipment; " +
-                             "its start relation overlaps them");
+        return "operation " + OpName(*next.op) + " would start at " + HoursMinutes(next.setupStart) + " h, before " + OpName(*before.op) +
+               " ends at " + HoursMinutes(before.end) + " h in the same equipment: its start relation contradicts the order " +
+               "of the procedure; start it later";
     }
+    return "";
+}
+
+//! A transfer in that does not run with the transfer out feeding it: allowed, but noted. Early (a
+//! relation's shift, or a feed from the batch before) the receiving vessel opens its line before
+//! anything comes; late (its vessel still busy, or its procedure started later) the material leaves
+//! before it can be taken.
+void WarnOfUnsynchronisedTransfers(BatchSchedule& s) {
     for (const TransferLink& link : s.links) {
         const ScheduledOperation* from = nullptr;
         const ScheduledOperation* to = nullptr;
@@ -422,10 +514,20 @@ void WarnOfContradictions(BatchSchedule& s) {
             if (o.op == link.from) from = &o;
             if (o.op == link.to) to = &o;
         }
-        if (!from || !to || to->processStart >= from->processStart - kTimeTolerance) continue;
-        s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) +
-                             " h, before the transfer out " + OpName(*link.from) + " that feeds it starts at " +
-                             HoursMinutes(from->processStart) + " h");
+        const int fromCycles = std::max(link.from->Owner()->NumberOfCycles(), 1);
+        const int toCycles = std::max(link.to->Owner()->NumberOfCycles(), 1);
+        if (fromCycles != toCycles) {
+            s.warnings.push_back("transfer out " + OpName(*link.from) + " runs in " + std::to_string(fromCycles) +
+                                 " cycles and the transfer in " + OpName(*link.to) + " it feeds in " + std::to_string(toCycles) +
+                                 ": cycle k of one goes with cycle k of the other, and the cycles after " +
+                                 std::to_string(std::min(fromCycles, toCycles)) + " have no partner");
+        }
+        if (!from || !to || std::abs(to->processStart - from->processStart) <= kTimeTolerance) continue;
+        const bool early = to->processStart < from->processStart;
+        s.warnings.push_back("transfer in " + OpName(*link.to) + " starts at " + HoursMinutes(to->processStart) + " h, " +
+                             (early ? "before" : "after") + " the transfer out " + OpName(*link.from) + " that feeds it starts at " +
+                             HoursMinutes(from->processStart) + " h" +
+                             (early ? "" : ": the material leaves before it can be taken; start the transfer out with the transfer in"));
     }
 }
 
@@ -482,7 +584,8 @@ BatchSchedule ComputeSchedule(const CTalDocEss& doc) {
     if (!s.error.empty()) return s;
     FillCycleAndYear(doc, s);
     FillLinks(s);
-    WarnOfContradictions(s);
+    s.error = Contradiction(s);
+    WarnOfUnsynchronisedTransfers(s);
     return s;
 }
 

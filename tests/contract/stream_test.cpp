@@ -144,15 +144,48 @@ TEST_F(StreamTest, SplitNAndComponentSplitsConserveEveryComponent) {
 
 TEST_F(StreamTest, DivideIntoKeepsTheFirstAndGivesTheRest) {
     const CTalSModel whole = State(2.0, 2.0, 0.0, 300.0);
-    const CTalSModel part = State(0.5, 3.0, 0.0, 300.0);
+    CTalSModel part = State(0.5, 3.0, 0.0, 300.0);
     CTalSModel rest(doc->Comps());
     EXPECT_EQ(whole.DivideInto(part, rest), 0);  // B of the part exceeds the whole
     EXPECT_DOUBLE_EQ(rest.ComponentFlow(0), 1.5);
     EXPECT_DOUBLE_EQ(rest.ComponentFlow(1), 0.0);
     CTalSModel self = State(2.0, 2.0, 0.0, 300.0);
-    const CTalSModel small = State(0.5, 0.5, 0.0, 300.0);
+    CTalSModel small = State(0.5, 0.5, 0.0, 300.0);
     EXPECT_EQ(self.DivideInto(small, self), 1);
     EXPECT_DOUBLE_EQ(self.MassFlow(), 3.0);
+    EXPECT_DOUBLE_EQ(small.MassFlow(), 1.0);  // the part kept is untouched
+}
+
+// The argument that is the state itself receives the remainder: s.DivideInto(s, c) takes c out of s.
+TEST_F(StreamTest, DivideIntoGivesTheRemainderToTheStateItself) {
+    CTalSModel s = State(2.0, 1.0, 0.0, 300.0);
+    CTalSModel taken = State(0.5, 0.25, 0.0, 300.0);
+    EXPECT_EQ(s.DivideInto(s, taken), 1);
+    EXPECT_DOUBLE_EQ(s.ComponentFlow(0), 1.5);
+    EXPECT_DOUBLE_EQ(s.ComponentFlow(1), 0.75);
+    EXPECT_DOUBLE_EQ(taken.ComponentFlow(0), 0.5);
+    EXPECT_DOUBLE_EQ(s.Temp(), 300.0);
+    CTalSModel tooMuch = State(3.0, 0.0, 0.0, 300.0);
+    EXPECT_EQ(s.DivideInto(s, tooMuch), 0);
+    EXPECT_DOUBLE_EQ(s.ComponentFlow(0), 0.0);  // clipped at zero
+    EXPECT_DOUBLE_EQ(s.ComponentFlow(1), 0.75);
+}
+
+// Intracellular and extracellular parts are divided each on its own.
+TEST_F(StreamTest, DivideIntoKeepsTheCellFractionsOfWhatIsLeft) {
+    CTalSModel whole = State(2.0, 0.0, 0.0, 300.0);
+    whole.SetComponentCellFlows(0, 1.5, 0.5);  // 75 % inside cells
+    CTalSModel cells = State(0.0, 0.0, 0.0, 300.0);
+    cells.SetComponentCellFlows(0, 1.5, 0.1);
+    CTalSModel rest(doc->Comps());
+    EXPECT_EQ(whole.DivideInto(cells, rest), 1);
+    EXPECT_DOUBLE_EQ(rest.ComponentFlow(0), 0.4);
+    EXPECT_DOUBLE_EQ(rest.ComponentExtraCellFrac(0), 1.0);
+    EXPECT_DOUBLE_EQ(rest.ComponentExtraMassFlow(0), 0.4);
+    EXPECT_NEAR(cells.ComponentExtraCellFrac(0), 0.1 / 1.6, 1e-15);
+    CTalSModel empty = State(0.0, 0.0, 0.0, 300.0);
+    empty.SetComponentCellFlows(0, 0.0, 0.0);
+    EXPECT_DOUBLE_EQ(empty.ComponentExtraCellFrac(0), 1.0);  // no flow counts as extracellular
 }
 
 TEST_F(StreamTest, ExtractVaporPhaseMovesOnlyTheGas) {

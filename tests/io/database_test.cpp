@@ -25,6 +25,10 @@ TEST(BuiltInDatabase, HoldsWellKnownValues) {
     EXPECT_NEAR(Get("Sodium Chloride").LiqSolDensity(), 2165.0, 5.0);
     EXPECT_NEAR(Get("Air").GasCp(298.15), 1005.0, 10.0);
     EXPECT_TRUE(Get("Biomass").IsBiomass());
+    EXPECT_TRUE(Get("Water").IsSolvent());
+    EXPECT_TRUE(Get("Ethanol").IsSolvent());
+    EXPECT_FALSE(Get("Glucose").IsSolvent());
+    EXPECT_FALSE(Get("Biomass").IsSolvent());
 }
 
 TEST(BuiltInDatabase, EveryComponentCanBeUsedInAStream) {

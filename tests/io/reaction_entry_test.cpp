@@ -147,15 +147,15 @@ TEST(ReactionEntry, ProfileSettingsReachTheRecorder) {
 TEST(ReactionEntry, BadProfileSettingsEndInThePagesMessages) {
     const std::string at = "test.json: procedures[0].operations[0].profiles.";
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {R"("points": 1, "column_width": 0)", at + "points: Material Balance: number of points must be 2 or more."},
-        {R"("column_width": 0, "decimals": -1)", at + "column_width: Material Balance: column width must be positive."},
-        {R"("column_width": 100)", at + "column_width: Material Balance: column width is too large."},
+        {R"("points": 1, "column_width": 0)", at + "points: Profiles: number of points must be 2 or more."},
+        {R"("column_width": 0, "decimals": -1)", at + "column_width: Profiles: column width must be positive."},
+        {R"("column_width": 100)", at + "column_width: Profiles: column width is too large."},
         {R"("column_width": 8, "decimals": 9)",
-         at + "decimals: Material Balance: The number of decimals must not be negative or exceed the column width."},
-        {R"("decimals": -1)", at + "decimals: Material Balance: The number of decimals must not be negative or exceed the column width."},
-        {R"("spaces": -1)", at + "spaces: Material Balance: number of spaces between columns must not be negative."},
-        {R"("x_unit": "h")", at + "x_unit: Material Balance: The x axis is a length: its unit is one of m, cm, mm."},
-        {R"("duty_unit": "kW")", at + "duty_unit: Material Balance: The duty along a length is shown in one of W/m, kW/m."},
+         at + "decimals: Profiles: The number of decimals must not be negative or exceed the column width."},
+        {R"("decimals": -1)", at + "decimals: Profiles: The number of decimals must not be negative or exceed the column width."},
+        {R"("spaces": -1)", at + "spaces: Profiles: number of spaces between columns must not be negative."},
+        {R"("x_unit": "h")", at + "x_unit: Profiles: The x axis is a length: its unit is one of m, cm, mm."},
+        {R"("duty_unit": "kW")", at + "duty_unit: Profiles: The duty along a length is shown in one of W/m, kW/m."},
         {R"("x_unit": "furlong")", at + "x_unit: expected one of \"s\", \"min\", \"h\", \"m\", \"cm\", \"mm\""},
         {R"("points": 2.5)", at + "points: expected a whole number"},
         {R"("store": ["Sugar"])", at + "store[0]: expected a component of the flowsheet"},

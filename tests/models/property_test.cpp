@@ -146,6 +146,26 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         };
         for (unsigned id = 0xA092; id <= 0xA098; ++id) settings[id] = splitting("FlowFractions", false);
         for (unsigned id = 0xA0A1; id <= 0xA0A7; ++id) settings[id] = splitting("ComponentFractions", true);
+        // The centrifuge removes solids and oil by given shares, so that all three outlets carry flow.
+        settings[0xA020] = [](CTalDocEss& doc, CTalProcedure& p) {
+            CTalOperation* op = p.GetOp(0);
+            std::vector<double> solids(static_cast<std::size_t>(op->NumberOfComponents()), 0.0), oil = solids;
+            solids[static_cast<std::size_t>(doc.GetComponentIndex("Glucose"))] = 0.6;
+            solids[static_cast<std::size_t>(doc.GetComponentIndex("Sodium Chloride"))] = 0.9;
+            oil[static_cast<std::size_t>(doc.GetComponentIndex("Ethanol"))] = 0.3;
+            op->MemberRows().Find("SolidsRemoval")->set(*op, solids);
+            op->MemberRows().Find("OilRemoval")->set(*op, oil);
+            op->MemberRows().Find("DesignBasis")->set(*op, 2);
+        };
+        // The decanter takes the pressure of its feed: its tank is rated for any feed, and the gases
+        // and ethanol go to the light phase.
+        settings[0xA07A] = [](CTalDocEss&, CTalProcedure& p) {
+            if (auto* v = dynamic_cast<CTalVessel*>(p.Equipment())) v->m_DesignPressure = 1e6;
+            CTalOperation* op = p.GetOp(0);
+            std::vector<double> light;
+            for (int i = 0; i < op->NumberOfComponents(); ++i) light.push_back(i == 1 || i >= 4 ? 1.0 : 0.0);
+            op->MemberRows().Find("LightPhaseShare")->set(*op, light);
+        };
         // Absorption and stripping: a solute with a Henry constant and diffusivities to size for,
         // and a gas feed (input 1) that holds some gas.
         for (unsigned id : {0xA061u, 0xA062u}) {

@@ -102,7 +102,7 @@ TEST_F(ProfileCommands, AFileThatCannotBeWrittenIsReported) {
     how.path = (dir / "missing" / "p.dat").string();
     EXPECT_FALSE(op->ExecuteCommand(kSaveAsciiCommand, how));
     ASSERT_EQ(page.Issues().size(), 1u);
-    EXPECT_EQ(page.Issues()[0].text, "Material Balance: The data could not be written to " + how.path + ".");
+    EXPECT_EQ(page.Issues()[0].text, "Profiles: The data could not be written to " + how.path + ".");
     how.path.clear();  // the save dialog cancelled
     EXPECT_FALSE(op->ExecuteCommand(kSaveAsciiCommand, how));
     EXPECT_EQ(page.Issues().size(), 1u);

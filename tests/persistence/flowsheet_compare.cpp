@@ -14,7 +14,7 @@ auto Fields(const CTalPureComponent& c) {
     return std::tie(c.name, c.databaseName, c.formula, c.cas, c.phase, c.molecularWeight, c.liqSolDensity, c.cpLiquid.c,
                     c.cpIdealGas.c, c.normalBoilingPoint, c.criticalTemperature, c.criticalPressure,
                     c.heatOfVaporization, c.antoine, c.hasVaporPressure, c.henryConstant, c.diffusivityInAir,
-                    c.diffusivityInWater, c.particleSize, c.isBiomass);
+                    c.diffusivityInWater, c.particleSize, c.isBiomass, c.isSolvent);
 }
 
 auto Fields(const CTalHeatTransferAgent& a) {

@@ -271,7 +271,7 @@ TEST(SavedFlowsheetHeader, StartsWithTheMagicTextAndTheVersion) {
     ASSERT_GT(bytes.size(), 1 + magic.size() + 8);
     EXPECT_EQ(bytes[0], magic.size());
     EXPECT_EQ(std::string(bytes.begin() + 1, bytes.begin() + 1 + static_cast<long>(magic.size())), magic);
-    const std::vector<std::uint8_t> version = {0x9a, 0x99, 0x99, 0x99, 0x99, 0x99, 0x19, 0x40};  // 6.4, little-endian
+    const std::vector<std::uint8_t> version = {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1a, 0x40};  // 6.5, little-endian
     EXPECT_TRUE(std::equal(version.begin(), version.end(), bytes.begin() + 1 + static_cast<long>(magic.size())));
     EXPECT_FALSE(IsSavedFlowsheet(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 5)));
     const std::string json(ExampleFlowsheetText());
@@ -284,6 +284,17 @@ TEST(SavedMixtures, StockMixturesAreKeptFromVersion6_1) {
     doc->AddStockMixture(CTalStockMixture{"Pure", {{"Water", 1.0}}, 997.0});
     test::ExpectSameFlowsheet(*doc, *LoadSavedFlowsheet(SaveFlowsheet(*doc), "mixtures.uof"));
     EXPECT_EQ(LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.0), "old.uof")->NumberOfMixtures(), 0);
+}
+
+TEST(SavedComponents, TheSolventFlagIsKeptFromVersion6_5) {
+    auto doc = LoadExampleFlowsheet();
+    ASSERT_GT(doc->NumberOfComponents(), 0);
+    const std::string water = (*doc->Comps())[0]->name;
+    ASSERT_TRUE((*doc->Comps())[0]->isSolvent) << water << " should be a solvent in the example";
+    const auto now = LoadSavedFlowsheet(SaveFlowsheet(*doc), "now.uof");
+    EXPECT_TRUE((*now->Comps())[0]->isSolvent) << water;
+    const auto old = LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.4), "old.uof");
+    for (const CTalPureComponent* c : *old->Comps()) EXPECT_FALSE(c->isSolvent) << c->name;
 }
 
 TEST(SavedMixtures, AMixtureOfAnUnknownComponentIsRefused) {

@@ -14,7 +14,7 @@ namespace {
 std::unique_ptr<CTalDocEss> SimulatedRecipe(SimulationResult& run) {
     auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_transfers.json");
     doc->schedule.plantCycleTime = 3 * 3600.0;
-    doc->schedule.procedures.push_back({"P-2", "", 600.0});
+    doc->schedule.procedures.push_back({"P-1", "", 600.0});
     run = Simulator(*doc).Run();
     EXPECT_TRUE(run.completed);
     return doc;
@@ -53,7 +53,12 @@ TEST(SavedSchedule, AFileFromBeforeStartRelationsFollowsTheDefaults) {
     EXPECT_TRUE(old.doc->schedule.IsDefault());
     const BatchSchedule s = ComputeSchedule(*old.doc);
     ASSERT_TRUE(s.Ok()) << s.error;
-    EXPECT_EQ(s.procedures[1].start, 0.0);  // P-2 no longer waits for P-1
+    EXPECT_EQ(s.procedures[0].start, 0.0);  // P-1's start is not in the old file
+    // P-2 opens with a transfer in, which by default starts with the transfer out feeding it.
+    ASSERT_EQ(s.operations[2].op->Name(), "TRANSFER-OUT-1");
+    EXPECT_GT(s.operations[2].processStart, 0.0);
+    ASSERT_EQ(s.operations[4].op->Name(), "TRANSFER-IN-1");
+    EXPECT_EQ(s.operations[4].processStart, s.operations[2].processStart);
 }
 
 TEST(SavedSchedule, ARelationToAnOperationThatIsNotThereIsADamagedFile) {

@@ -60,4 +60,33 @@ std::string SharedVessel(const std::string& p2Start) {
 })js";
 }
 
+std::string RecycleBetweenVessels() {
+    return R"js({
+  "flowsheet": {"name": "Recycle", "mode": "batch", "PlantBatchTime": "8 h"},
+  "components": ["Water", "Nitrogen", "Oxygen"],
+  "streams": {"WATER": {"T": "20 degC", "flows": {"Water": "1000 kg/batch"}}},
+  "procedures": [
+    {"name": "P-1", "type": "Vessel Procedure (Generic)", "inputs": ["WATER", "S-2"], "outputs": ["S-1", "OUT"],
+     "equipment": {"design": true, "name": "V-101"},
+     "operations": [
+       {"model": "Charge", "name": "CHARGE-1", "PortStream": "WATER", "SetupTime": 0, "ProcessTimeMode": 1, "ProcessTime": "20 min"},
+       {"model": "Transfer In", "name": "TRANSFER-IN-1", "PortStream": "S-2", "TransferProcedure": "P-2", "SetupTime": 0,
+        "ProcessTimeMode": 1, "ProcessTime": "30 min"},
+       {"model": "Transfer Out", "name": "TRANSFER-OUT-1", "PortStream": "S-1", "TransferProcedure": "P-2", "SetupTime": 0,
+        "TransferOutMode": 1, "FractionOut": 0.5, "ProcessTimeMode": 1, "ProcessTime": "30 min"},
+       {"model": "Transfer Out", "name": "TRANSFER-OUT-2", "PortStream": "OUT", "SetupTime": 0,
+        "TransferOutMode": 1, "FractionOut": 1, "ProcessTimeMode": 1, "ProcessTime": "30 min"}
+     ]},
+    {"name": "P-2", "type": "Vessel Procedure (Generic)", "inputs": ["S-1"], "outputs": ["S-2"],
+     "equipment": {"design": true, "name": "V-102"},
+     "operations": [
+       {"model": "Transfer In", "name": "TRANSFER-IN-1", "PortStream": "S-1", "TransferProcedure": "P-1", "SetupTime": 0,
+        "ProcessTimeMode": 1, "ProcessTime": "30 min"},
+       {"model": "Transfer Out", "name": "TRANSFER-OUT-1", "PortStream": "S-2", "TransferProcedure": "P-1", "SetupTime": 0,
+        "TransferOutMode": 1, "FractionOut": 0.5, "ProcessTimeMode": 1, "ProcessTime": "30 min"}
+     ]}
+  ]
+})js";
+}
+
 }  // namespace unitops::test

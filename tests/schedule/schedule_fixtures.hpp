@@ -18,4 +18,9 @@ std::string CyclingVessel(int cycles);
 //! P-1 holds 30 min in V-101; P-2 holds 1 h in the same item and starts by `p2Start`.
 std::string SharedVessel(const std::string& p2Start);
 
+//! Two vessels that send each other a stream in one batch, without start relations: V-101 charges
+//! (20 min), takes S-2 back from V-102, then sends S-1 (30 min); V-102 takes S-1, then sends S-2
+//! (30 min). The transfer in of S-2 cannot wait for its feed, which comes later in the batch.
+std::string RecycleBetweenVessels();
+
 }  // namespace unitops::test

@@ -261,27 +261,138 @@ TEST(StartRelations, ATransferInBeforeItsTransferOutIsReported) {
     EXPECT_TRUE(ComputeSchedule(*inStep).warnings.empty()) << Warnings(ComputeSchedule(*inStep));
 }
 
-TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsReported) {
+TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsRefused) {
     auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "overlap");
     ASSERT_TRUE(Simulator(*doc).Run().completed);
     // The reaction starts with the transfer in (20 min) instead of after it (50 min).
     doc->schedule.operations.push_back({"P-2", "REACT", StartRelation::Anchor::With, "P-2", "TRANSFER-IN-1", 0.0});
     const BatchSchedule s = ComputeSchedule(*doc);
+    EXPECT_FALSE(s.Ok());
+    EXPECT_EQ(s.error, "operation P-2/REACT would start at 0:20 h, before P-2/TRANSFER-IN-1 ends at 0:50 h in the same equipment: "
+                       "its start relation contradicts the order of the procedure; start it later");
+    // Started right at the end of the transfer in, it is accepted.
+    doc->schedule.operations.back().anchor = StartRelation::Anchor::After;
+    EXPECT_TRUE(ComputeSchedule(*doc).Ok()) << ComputeSchedule(*doc).error;
+}
+
+TEST(StartRelations, AProcedureStartAndARelationOfItsFirstOperationAreRefused) {
+    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "both starts");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    doc->schedule.operations.push_back({"P-2", "HOLD-1", StartRelation::Anchor::After, "P-1", "HOLD-1", 10 * kMin});
+    const std::string expected = "procedure P-2 has a start of its own and its first operation P-2/HOLD-1 a start relation with or "
+                                 "after P-1/HOLD-1: the two contradict each other; keep one of them";
+    EXPECT_EQ(ComputeSchedule(*doc).error, expected);
+    EXPECT_EQ(CheckStartRelations(*doc), expected);  // found before any run, too
+}
+
+// A transfer in without a start relation of its own starts with the transfer out that feeds it,
+// unless its vessel is still busy: then it starts when the vessel is free.
+std::string WithoutTheTransferInRelation(std::string text, const std::string& before = "") {
+    const std::string relation = R"(,
+        "start": {"with": "TRANSFER-OUT-1", "procedure": "P-1", "shift": "0 min"})";
+    text.erase(text.find(relation), relation.size());
+    const std::string first = R"({"model": "Transfer In")";
+    text.insert(text.find(first), before);
+    return text;
+}
+
+TEST(StartRelations, ATransferInWithoutARelationStartsWithItsTransferOut) {
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min")), "default link");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
     ASSERT_TRUE(s.Ok()) << s.error;
-    EXPECT_TRUE(HasWarning(s, "operation P-2/REACT starts at 0:20 h, before P-2/TRANSFER-IN-1 ends at 0:50 h in the same "
-                              "equipment; its start relation overlaps them"))
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 50);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 20, 20, 50);
+    ExpectTimes(s, "P-2", "REACT", 50, 50, 290);
+    EXPECT_TRUE(s.warnings.empty()) << Warnings(s);
+}
+
+TEST(StartRelations, ATransferInWithoutARelationWaitsForItsBusyVessel) {
+    const std::string hold = R"({"model": "Holding", "name": "HOLD-1", "SetupTime": "5 min", "ProcessTime": "1 h"},
+       )";
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold), "busy vessel");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    ExpectTimes(s, "P-2", "HOLD-1", 0, 5, 65);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);  // the feed was ready at 0:20
+    ExpectTimes(s, "P-2", "REACT", 95, 95, 335);
+    EXPECT_TRUE(HasWarning(s, "transfer in P-2/TRANSFER-IN-1 starts at 1:05 h, after the transfer out P-1/TRANSFER-OUT-1 that "
+                              "feeds it starts at 0:20 h: the material leaves before it can be taken; start the transfer out "
+                              "with the transfer in"))
         << Warnings(s);
 }
 
-TEST(StartRelations, AProcedureStartOverriddenByItsFirstOperationIsReported) {
-    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "override");
+TEST(StartRelations, ATransferOutStartedWithItsTransferInHoldsBackForTheBusyVessel) {
+    const std::string hold = R"({"model": "Holding", "name": "HOLD-1", "SetupTime": "5 min", "ProcessTime": "1 h"},
+       )";
+    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold), "sender waits");
     ASSERT_TRUE(Simulator(*doc).Run().completed);
-    doc->schedule.operations.push_back({"P-2", "HOLD-1", StartRelation::Anchor::After, "P-1", "HOLD-1", 10 * kMin});
+    // The sender keys on the receiver: no circle with the receiver's default wait for its feed.
+    doc->schedule.operations.push_back({"P-1", "TRANSFER-OUT-1", StartRelation::Anchor::With, "P-2", "TRANSFER-IN-1", 0.0});
     const BatchSchedule s = ComputeSchedule(*doc);
     ASSERT_TRUE(s.Ok()) << s.error;
-    ExpectTimes(s, "P-2", "HOLD-1", 40, 40, 100);  // the operation's own relation holds
-    EXPECT_TRUE(HasWarning(s, "the start of procedure P-2 is not used: its first operation P-2/HOLD-1 has a start relation "
-                              "of its own, with or after P-1/HOLD-1"))
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 65, 65, 95);
+    EXPECT_TRUE(s.warnings.empty()) << Warnings(s);
+}
+
+TEST(StartRelations, ATransferOutTimedByItsTransferInIsNoDurationCircle) {
+    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min"), "master");
+    CTalOperation* out = doc->FindProcedure("P-1")->GetOp(1);
+    CTalOperation* in = doc->FindProcedure("P-2")->GetOp(0);
+    out->m_ProcessTimeMode = 3;
+    out->SetMasterOperation(in);
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // 1000 kg at 100 kg/min: the transfer in's own 10 min set both.
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 30);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 20, 20, 30);
+}
+
+TEST(StartRelations, AStreamSentBackBetweenVesselsIsScheduledNotACircle) {
+    auto doc = LoadFlowsheet(RecycleBetweenVessels(), "recycle");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // V-101: charge 0:00-0:20, S-2 back 0:20-0:50 (its feed comes later: it keeps its place),
+    // S-1 out 0:50-1:20 with V-102 taking it, V-102 sends S-2 1:20-1:50.
+    ExpectTimes(s, "P-1", "TRANSFER-IN-1", 20, 20, 50);
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 50, 50, 80);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 50, 50, 80);
+    ExpectTimes(s, "P-2", "TRANSFER-OUT-1", 80, 80, 110);
+    EXPECT_TRUE(HasWarning(s, "transfer in P-1/TRANSFER-IN-1 starts at 0:20 h, before the transfer out P-2/TRANSFER-OUT-1 that "
+                              "feeds it starts at 1:20 h"))
+        << Warnings(s);
+}
+
+TEST(StartRelations, ATransferInWaitsForTheSameCycleOfItsFeed) {
+    std::string text = WithoutTheTransferInRelation(TwoVesselRecipe("0 min"));
+    const std::string p1 = R"js("name": "P-1", "type": "Vessel Procedure (Generic)",)js";
+    const std::string p2 = R"js("name": "P-2", "type": "Vessel Procedure (Generic)",)js";
+    text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
+    text.insert(text.find(p2) + p2.size(), R"( "NumberOfCycles": 2,)");
+    auto doc = LoadFlowsheet(text, "cycles");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    // P-1's second cycle: charge 0:50-1:10, transfer out 1:10-1:40; P-2's second transfer in
+    // waits for its first cycle to end at 5:50.
+    ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 70, 70, 100, 1);
+    ExpectTimes(s, "P-2", "TRANSFER-IN-1", 350, 350, 380, 1);
+}
+
+TEST(StartRelations, TransfersWhoseProceduresRunDifferentCyclesAreNoted) {
+    std::string text = WithoutTheTransferInRelation(TwoVesselRecipe("0 min"));
+    const std::string p1 = R"js("name": "P-1", "type": "Vessel Procedure (Generic)",)js";
+    text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
+    auto doc = LoadFlowsheet(text, "cycles");
+    ASSERT_TRUE(Simulator(*doc).Run().completed);
+    const BatchSchedule s = ComputeSchedule(*doc);
+    ASSERT_TRUE(s.Ok()) << s.error;
+    EXPECT_TRUE(HasWarning(s, "transfer out P-1/TRANSFER-OUT-1 runs in 2 cycles and the transfer in P-2/TRANSFER-IN-1 it feeds "
+                              "in 1: cycle k of one goes with cycle k of the other, and the cycles after 1 have no partner"))
         << Warnings(s);
 }
 

@@ -52,6 +52,9 @@ public:
     double diffusivityInWater = 0.0;   //!< m2/s
     double particleSize = 0.0;         //!< m
     bool isBiomass = false;
+    //! A liquid that carries the others (water, an organic solvent): the default solvent of the
+    //! separations that ask which components pass with the liquid.
+    bool isSolvent = false;
 
     const std::string& Name() const { return name; }
     double MolecularWeight() const { return molecularWeight; }
@@ -73,6 +76,7 @@ public:
     double DiffusivityInWater() const { return diffusivityInWater; }
     double ParticleSize() const { return particleSize; }
     bool IsBiomass() const { return isBiomass; }
+    bool IsSolvent() const { return isSolvent; }
     bool IsVolatileAt(double T, double P) const;
 
     //! Must be called after the data are set: caches the enthalpy offsets.

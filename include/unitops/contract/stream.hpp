@@ -67,6 +67,9 @@ public:
     void SetComponentExtraCellFrac(int i, double f);
     double ComponentExtraMassFlow(int i) const { return c_[Idx(i)].flow * c_[Idx(i)].extra; }
     double ComponentIntraMassFlow(int i) const { return c_[Idx(i)].flow * (1.0 - c_[Idx(i)].extra); }
+    //! Sets a component's flow from its intracellular and extracellular parts (kg/s); a component
+    //! without flow counts as wholly extracellular.
+    void SetComponentCellFlows(int i, double intra, double extra);
 
     // Totals
     double MassFlow(int timeRef = kPerSecond, bool = false) const;
@@ -136,8 +139,11 @@ public:
     void SplitN(CTalSModel* const* outs, int n, const double* fractions) const;
     void CompSplit(CTalSModel& out1, CTalSModel& out2, const double* fractions) const;
     void CompSplitN(CTalSModel* const* outs, int n, const double* const* fractions) const;
-    //! `a` is kept; `b` becomes this minus `a` per component, clipped at zero. 0 if `a` exceeds this.
-    int DivideInto(const CTalSModel& a, CTalSModel& b) const;
+    //! Divides this state in two by difference per component. The argument that is this state
+    //! itself receives the remainder: `s.DivideInto(s, b)` leaves s minus `b` in s and keeps `b`.
+    //! Otherwise `a` is kept and `b` becomes this minus `a`. Differences are clipped at zero; the
+    //! result is 0 when the part kept exceeds this state for some component.
+    int DivideInto(CTalSModel& a, CTalSModel& b) const;
     //! This minus `s` per component, clipped at zero.
     void Subtract(const CTalSModel& s);
     //! Copies flows, phases, T, P and the remembered composition; not the identity of the target.

@@ -40,6 +40,7 @@ enum class Quantity : std::uint8_t {
     Viscosity,              //!< Pa s
     SurfaceTension,         //!< N/m
     Velocity,               //!< m/s
+    SpecificEnergy,         //!< J/kg, a heat per mass
     VolumeFlux,             //!< m3/(m2 s), a volume flow per area
 };
 
@@ -83,6 +84,9 @@ inline constexpr DisplayUnit kCentipoise{"cP", 1000.0, 0.0};
 inline constexpr DisplayUnit kDynPerCm{"dyn/cm", 1000.0, 0.0};
 inline constexpr DisplayUnit kMicron{"microns", 1.0e6, 0.0};
 inline constexpr DisplayUnit kCubicMetrePerHour{"m3/h", 3600.0, 0.0};
+inline constexpr DisplayUnit kKcalPerKg{"kcal/kg", 1.0 / 4180.0, 0.0};
+inline constexpr DisplayUnit kGramPerLitre{"g/L", 1.0, 0.0};
+inline constexpr DisplayUnit kLitrePerM2Hour{"L/(m2 h)", 3.6e6, 0.0};
 }  // namespace display
 
 //! Bad text where a value with a unit was expected.

@@ -214,11 +214,12 @@ double CTalRxnOp::Headspace() const {
 }
 
 int CTalRxnOp::BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
-                                  bool copyFirst) {
+                                  bool copyFirst, const char* emptyText, double emptyScale) {
     if (copyFirst) in->CopyDataInto(*out, 1);
-    if (in->NonGaseousVolFlow() * 1e10 < 1e-15) {
+    if (in->NonGaseousVolFlow() * emptyScale < 1e-15) {
         if (!copyFirst) in->CopyDataInto(*out, 1);
-        return AbnormalSimEnding("No liquid/solid material is available for reaction.\nReaction calculations will be skipped.");
+        return AbnormalSimEnding(emptyText ? emptyText
+                                           : "No liquid/solid material is available for reaction.\nReaction calculations will be skipped.");
     }
     const double Tb = BatchReferenceTime();
     const int cycles = std::max(NumberOfCycles(), 1);
@@ -269,9 +270,9 @@ void CTalRxnOp::ProloguePressure(const CTalStateStream* in, CTalStateStream* out
     out->SetPress(m_OperPressure);
 }
 
-bool CTalRxnOp::PrologueVentCheck() {
+bool CTalRxnOp::PrologueVentCheck(const char* portName) {
     if (!m_EmissionsSpec.PerformEmissionCalcs() || SpecVentStream()) return true;
-    SetSimMsg("No stream is attached to the 'Vent' port.\nEmission calculations will be skipped.", 0);
+    SetSimMsg(std::string("No stream is attached to the '") + portName + "' port.\nEmission calculations will be skipped.", 0);
     return false;
 }
 

@@ -72,6 +72,14 @@ void CTalVesselOp::InitCostParams() { InitLabor(0.5, 0.2, 0x1200, 0x1200); }
 
 CTalVessel* CTalVesselOp::EquipmentT() const { return dynamic_cast<CTalVessel*>(Equipment()); }
 
+void CTalVesselOp::PowerFromCharge(double V) {
+    if (m_PowerMode == 1) {
+        m_SpecPower = V > 1e-15 ? m_Power / V : 0.0;
+    } else {
+        m_Power = V * m_SpecPower;
+    }
+}
+
 double CTalVesselOp::VesselVolume() const {
     const CTalVessel* v = EquipmentT();
     return v ? v->Volume() : 0.0;

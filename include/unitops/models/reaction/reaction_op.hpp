@@ -93,16 +93,19 @@ protected:
     virtual CTalReactionScheme* Scheme() { return nullptr; }
     const CTalReactionScheme* Scheme() const { return const_cast<CTalRxnOp*>(this)->Scheme(); }
     //! The body of Solve of the batch vessel forms; `copyFirst` copies `in` to `out` before all.
+    //! `emptyText` is the message of a vessel without liquid or solid (the reaction's by default);
+    //! the vessel is empty when its liquid and solid volume flow times `emptyScale` is below 1e-15
+    //! (the reactions scale it by 1e10, crystallization compares the flow itself).
     int BatchReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance,
-                           bool copyFirst = true);
+                           bool copyFirst = true, const char* emptyText = nullptr, double emptyScale = 1e10);
     //! The body of Solve of the continuous vessel forms.
     int ContinuousReactionFrame(CTalStateStream* in, CTalStateStream* out, int skipSizing, const Balance& balance);
     //! Copies the result `out` to the product stream and gives `out` back the contents `in`.
     void SendToProduct(CTalStateStream* out);
     //! Pressure from the feed unless set; false (with a message) when emissions need a vent stream
-    //! that is not there.
+    //! that is not there; the message names the port as the operation calls it.
     void ProloguePressure(const CTalStateStream* in, CTalStateStream* out);
-    bool PrologueVentCheck();
+    bool PrologueVentCheck(const char* portName = "Vent");
     //! Power from the specific power or the other way round; `guard` protects an empty vessel.
     void ProloguePower(bool guard);
     //! The opening of the balances that run a solver: `out` a copy of `in`, pressure, vent check,

@@ -43,6 +43,9 @@ public:
     //! The same for a continuous feed of `volFlow` (m3/s) held for the residence time.
     int ContinuousVesselSizing(double volFlow, int skipSizing);
     void CalcEquipCapacityUtilF();
+    //! Power from the specific power per m3 of the charge `V` (PowerMode 2), or the specific power
+    //! from the power given (PowerMode 1; 0 for an empty charge).
+    void PowerFromCharge(double V);
 
     WorkingVolumes m_Volumes;
     double m_ExitTemp = 298.15;
