@@ -119,6 +119,7 @@ std::string CaptionText(unsigned caption) {
         case 0x607: return "Crystallization";
         case 0x60D: return "Cost";
         case 0x60E: return "Material Balance";
+        case 0x60F: return "Reactions";
         case 0x613: return "Utilities";
         case 0x615: return "Volumes";
         case 0x61A: return "Removal";

@@ -216,7 +216,7 @@ int CTalReaction::IsSimDataComplete(CTalModelPP* page) const {
     // Out of balance by more than the tolerance: the user may proceed; without a page to ask, or
     // by answering No, the reaction is refused.
     if (!IsCompDataSumOK(mass.data(), 0.0, kStoichMassTolerance) &&
-        (!page || page->ModelDlgQuestion(0x60D, kImbalancedStoichQuestion, 0, kYesNo | kSecondButtonDefault) != IDYES)) {
+        (!page || page->ModelDlgQuestion(kReactionsPage, kImbalancedStoichQuestion, 0, kYesNo | kSecondButtonDefault) != IDYES)) {
         return ReportProblem(page, Format("The stoichiometry of reaction '%s' is imbalanced: products minus reactants "
                                           "come to %.6g kg per %s of extent.",
                                           name_.c_str(), MassImbalance(), inKg_ ? "kg" : "kmol"));

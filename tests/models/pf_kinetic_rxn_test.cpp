@@ -225,6 +225,17 @@ TEST_F(PlugFlowKineticTest, DesignSizesTheReactorForTheResidenceTime) {
     EXPECT_NEAR(product->ComponentFlow(0), 0.001 * std::exp(-0.12), 1e-3 * 0.001 * std::exp(-0.12));
 }
 
+// 0.012 m3 against at most 0.005 m3 a reactor: three reactors of 0.004 m3, each working on a third.
+TEST_F(PlugFlowKineticTest, DesignSharesTheWorkingVolumeAmongTheUnitsSizingAdds) {
+    proc->SetDesignMode(true);
+    pfr->SetMaxVolume(0.005);
+    op->m_ResidenceTime = 1200.0;
+    ASSERT_EQ(op->Solve(before.get(), after.get(), 0), 1) << test::AllMessages(*op);
+    EXPECT_EQ(pfr->NumberOfUnits(), 3);
+    EXPECT_NEAR(pfr->Volume(), 0.004, 1e-12);
+    EXPECT_NEAR(op->m_Volumes.workingVolume, 0.004 * op->m_Volumes.workingToVesselVol, 1e-12);
+}
+
 TEST_F(PlugFlowKineticTest, FeedWithoutFlowInThePhaseEndsAbnormally) {
     pfr->SetVolume(0.18);
     op->m_IsRxnPhaseLiquid = 0;  // the liquid feed has no gas

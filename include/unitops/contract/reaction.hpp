@@ -31,6 +31,8 @@ void SerializeValue(CArchive& ar, std::int32_t& v);
 //! Tolerance of the signed mass sum of a reaction's coefficients (kg per kmol or per kg of extent).
 inline constexpr double kStoichMassTolerance = 0.001;
 //! Asked when a reaction is out of balance by more than that.
+//! The caption of the reactions page, under which reaction entry asks its questions.
+inline constexpr unsigned kReactionsPage = 0x60F;
 inline constexpr const char* kImbalancedStoichQuestion = "The stoichiometry of the reaction is imbalanced. Proceed?";
 
 class CTalReaction {

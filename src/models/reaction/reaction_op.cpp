@@ -378,7 +378,7 @@ bool CTalRxnOp::PlugFlowRateOrSize(double Vdot, double minResidenceTime, int ski
             SetSimMsg(message, 0);
             ok = false;
         }
-        m_Volumes.workingVolume /= units;
+        m_Volumes.workingVolume /= pfr ? std::max(pfr->NumberOfUnits(), 1) : 1;  // sizing may have added units
         m_CapacityUtilF = 1.0;
     }
     if (pfr) pfr->CalcDimensions();
