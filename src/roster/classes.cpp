@@ -32,6 +32,7 @@
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
+#include "unitops/models/throughput/generic_box.hpp"
 #include "unitops/models/separation/centrifugation.hpp"
 #include "unitops/models/separation/membrane_filtration.hpp"
 #include "unitops/models/separation/diafiltration.hpp"
@@ -129,6 +130,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalCoolingInTower), RUNTIME_CLASS(CTalCoolingTower),
                  // Kinetic reactions along a plug-flow reactor
                  RUNTIME_CLASS(CTalPFKinRxnOp),
+                 // Generic boxes
+                 RUNTIME_CLASS(CTalGBXStoichRxnOp), RUNTIME_CLASS(CTalPassThroughGBX),
              }) {
             r.Register(c);
         }

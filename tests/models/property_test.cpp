@@ -234,6 +234,32 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         return true;
     }();
     (void)rateAndEquilibriumAdded;
+    // Generic boxes: the fermentation; the two-outlet boxes also split, by component or by mass.
+    static const bool genericBoxesAdded = [&] {
+        const auto box = [](int split) {
+            return [split](CTalDocEss& doc, CTalProcedure& p) {
+                auto& op = dynamic_cast<CTalStoichRxnOp&>(*p.GetOp(0));
+                CTalStoichReaction& r = op.m_RxnScheme[0];
+                r.SetStoichCoeff(doc.GetComponentIndex("Glucose"), -1.0);
+                r.SetStoichCoeff(doc.GetComponentIndex("Ethanol"), 2.0);
+                r.SetStoichCoeff(doc.GetComponentIndex("Carbon Dioxide"), 2.0);
+                r.SetExtent(0.7);
+                if (split == 0) return;
+                op.MemberRows().Find("DoesSplit")->set(op, 1);
+                op.MemberRows().Find("IsSplitByMass")->set(op, split == 1 ? 1 : 0);
+                op.MemberRows().Find("MassSplit")->set(op, 0.4);
+                std::vector<double> f;
+                for (int i = 0; i < op.NumberOfComponents(); ++i) f.push_back(static_cast<double>(i % 3) / 2.0);
+                op.MemberRows().Find("ComponentSplit")->set(op, f);
+            };
+        };
+        settings[0xA0B3] = box(2);
+        settings[0xA0B4] = box(1);
+        settings[0xA0B6] = box(2);
+        settings[0xA0BC] = box(0);
+        return true;
+    }();
+    (void)genericBoxesAdded;
     return settings;
 }
 

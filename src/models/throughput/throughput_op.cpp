@@ -53,25 +53,7 @@ void CTalThroughputOp::InitSimModelParams() {
 
 int CTalThroughputOp::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
-        if (InGroup(group, 20)) {
-            if (m_PowerMode == 1 && m_Power < 0.0) return ReportRange(page, 0x601, "Power", 0x641);
-            if (m_PowerMode == 2 && m_SpecPower < 0.0) return ReportRange(page, 0x601, "Specific Power", 0x641);
-        }
-        if (InGroup(group, 2) && IsBatchMode()) {
-            if (IsDesignMode()) {
-                if (m_ProcessTime < 1e-15) return ReportRange(page, 0x601, "Process Time", 0x640);
-            } else if (m_ProcessTimeMode == 2) {
-                if (m_Throughput < 1e-15) return ReportRange(page, 0x601, "Throughput", 0x640);
-                const CTalThroughputEquipment* e = EquipmentT();
-                if (e && e->RatedThroughput() < m_Throughput) {
-                    return ReportMessage(page, 0x601,
-                                   "The operating throughput cannot be greater than the equipment's rated throughput.",
-                                   0, kStopBox);
-                }
-            } else if (m_ProcessTimeMode == 1 && m_ProcessTime < 1e-15) {
-                return ReportRange(page, 0x601, "Process Time", 0x641);
-            }
-        }
+        if (!Steps().CheckData(group, page, EquipmentT())) return 0;
         return CTalOperation::IsSimDataComplete(group, page, flag, askUser);
     });
 }
@@ -82,26 +64,50 @@ int CTalThroughputOp::WriteIDR_Description(std::FILE* f) {
     return 1;
 }
 
+// ---------------------------------------------------------------- the shared steps
+
+int InlineThroughput::CheckData(int group, CTalModelPP* page, const CTalThroughputEquipment* e) const {
+    const CTalOperation& op = op_;
+    if ((group == 0 || group == 20)) {
+        if (op.m_PowerMode == 1 && op.m_Power < 0.0) return ReportRange(page, 0x601, "Power", 0x641);
+        if (op.m_PowerMode == 2 && op.m_SpecPower < 0.0) return ReportRange(page, 0x601, "Specific Power", 0x641);
+    }
+    if ((group == 0 || group == 2) && op.IsBatchMode()) {
+        if (op.IsDesignMode()) {
+            if (op.m_ProcessTime < 1e-15) return ReportRange(page, 0x601, "Process Time", 0x640);
+        } else if (op.m_ProcessTimeMode == 2) {
+            if (throughput_ < 1e-15) return ReportRange(page, 0x601, "Throughput", 0x640);
+            if (e && e->RatedThroughput() < throughput_) {
+                return ReportMessage(page, 0x601, "The operating throughput cannot be greater than the equipment's rated throughput.", 0,
+                                     kStopBox);
+            }
+        } else if (op.m_ProcessTimeMode == 1 && op.m_ProcessTime < 1e-15) {
+            return ReportRange(page, 0x601, "Process Time", 0x641);
+        }
+    }
+    return 1;
+}
+
 // Without throughput equipment (a split of a vessel's contents) there is no rated throughput to
 // hold the operation against: the throughput is computed, not checked.
-int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipment* e) {
+int InlineThroughput::Rate(double massFlow, const CTalThroughputEquipment* e) {
     const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
     const double rated = e ? e->RatedThroughput() : 0.0;
-    if (!IsBatchMode()) {
+    if (!op_.IsBatchMode()) {
         const double limit = RatedLimit(e);
-        m_Throughput = massFlow / UtilFactor() / units;
-        if (e && limit < m_Throughput) {
-            SetSimMsg(kHostThroughputAboveRated, 0);
+        throughput_ = massFlow / op_.UtilFactor() / units;
+        if (e && limit < throughput_) {
+            op_.SetSimMsg(kHostThroughputAboveRated, 0);
             return 0;
         }
         return 1;
     }
-    const double T = IsFlowsheetInBatchMode() ? PlantBatchTime() : CycleTime();
-    const double amount = massFlow * T / NumberOfCycles() / units;
-    if (m_ProcessTimeMode == 1) {
-        m_Throughput = m_ProcessTime > 1e-15 ? amount / m_ProcessTime : 0.0;
-        if (e && rated < m_Throughput) {
-            SetSimMsg(
+    const double T = op_.IsFlowsheetInBatchMode() ? op_.PlantBatchTime() : op_.CycleTime();
+    const double amount = massFlow * T / op_.NumberOfCycles() / units;
+    if (op_.m_ProcessTimeMode == 1) {
+        throughput_ = op_.m_ProcessTime > 1e-15 ? amount / op_.m_ProcessTime : 0.0;
+        if (e && rated < throughput_) {
+            op_.SetSimMsg(
                 "The calculated operating throughput is greater than the specified (rated) throughput.\n"
                 "Please do one or more of the following: 1) Increase the process time; 2) Increase the\n"
                 "number of units that operate in parallel; 3) Use a larger unit that has a higher throughput.",
@@ -110,44 +116,44 @@ int CTalThroughputOp::RateThroughput(double massFlow, const CTalThroughputEquipm
         }
         return 1;
     }
-    m_ProcessTime = m_Throughput > 0.0 ? std::max(amount / m_Throughput, 1e-15) : 1e-15;
+    op_.m_ProcessTime = throughput_ > 0.0 ? std::max(amount / throughput_, 1e-15) : 1e-15;
     return 1;
 }
 
-int CTalThroughputOp::DesignThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
+int InlineThroughput::Design(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
     int result = 1;
-    m_Throughput = massFlow / UtilFactor();
+    throughput_ = massFlow / op_.UtilFactor();
     if (!e) return result;
     if (!skipSizing) {
         unsigned message = 0;
-        if (!e->CalcSize(m_Throughput, message)) {
-            SetSimMsg(message, 0);
+        if (!e->CalcSize(throughput_, message)) {
+            op_.SetSimMsg(message, 0);
             result = 0;
         }
     }
-    m_Throughput /= std::max(e->NumberOfUnits(), 1);
+    throughput_ /= std::max(e->NumberOfUnits(), 1);
     return result;
 }
 
-void CTalThroughputOp::CalcPowerAndUtilization(const CTalThroughputEquipment* e) {
+void InlineThroughput::PowerAndUtilization(const CTalThroughputEquipment* e) {
     const int units = e ? std::max(e->NumberOfUnits(), 1) : 1;
-    if (m_PowerMode != 1 || m_Throughput <= 1e-15) {
-        m_Power = m_SpecPower * m_Throughput * units;
+    if (op_.m_PowerMode != 1 || throughput_ <= 1e-15) {
+        op_.m_Power = op_.m_SpecPower * throughput_ * units;
     } else {
-        m_SpecPower = m_Power / (units * m_Throughput);
+        op_.m_SpecPower = op_.m_Power / (units * throughput_);
     }
     const double rated = RatedLimit(e);
-    m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(m_Throughput / rated, 1.0);
+    op_.m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(throughput_ / rated, 1.0);
 }
 
-double CTalThroughputOp::RatedLimit(const CTalThroughputEquipment* e) const {
+double InlineThroughput::RatedLimit(const CTalThroughputEquipment* e) const {
     if (!e) return 0.0;
-    return m_IsRatedForAllUnits ? e->RatedThroughput() * std::max(e->NumberOfUnits(), 1) : e->RatedThroughput();
+    return ratedForAllUnits_ ? e->RatedThroughput() * std::max(e->NumberOfUnits(), 1) : e->RatedThroughput();
 }
 
-int CTalThroughputOp::SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
-    const int ok = IsDesignMode() ? DesignThroughput(massFlow, e, skipSizing) : RateThroughput(massFlow, e);
-    CalcPowerAndUtilization(e);
+int InlineThroughput::Solve(double massFlow, CTalThroughputEquipment* e, int skipSizing) {
+    const int ok = op_.IsDesignMode() ? Design(massFlow, e, skipSizing) : Rate(massFlow, e);
+    PowerAndUtilization(e);
     return ok;
 }
 

@@ -9,6 +9,39 @@ namespace unitops {
 class CTalThroughputEquipment;
 class CTalDiscreteThroughputEquipment;
 
+//! The throughput steps of an operation on material that flows through throughput equipment,
+//! whatever the operation's own base: the rating against the equipment (or the duration in a
+//! batch procedure), the sizing, the power and the utilisation, and the checks of their data.
+//! `throughput` is the operation's throughput of one unit, kg/s.
+class InlineThroughput {
+public:
+    InlineThroughput(CTalOperation& op, double& throughput, bool ratedForAllUnits)
+        : op_(op), throughput_(throughput), ratedForAllUnits_(ratedForAllUnits) {}
+
+    //! Rating: the throughput per unit of `massFlow` (kg/s), checked against the rated one; in a
+    //! batch procedure the process time follows from it when it is calculated. False (with a
+    //! message) when the unit is too small.
+    int Rate(double massFlow, const CTalThroughputEquipment* e);
+    //! Design: sizes the equipment for `massFlow` (unless `skipSizing`), then the throughput per unit.
+    int Design(double massFlow, CTalThroughputEquipment* e, int skipSizing);
+    //! Power from the specific power (or the reverse when the power is given), and the capacity
+    //! utilisation of a unit.
+    void PowerAndUtilization(const CTalThroughputEquipment* e);
+    //! The three steps above for `massFlow`, by the design mode; false if one failed.
+    int Solve(double massFlow, CTalThroughputEquipment* e, int skipSizing);
+    //! The rated throughput that a unit's throughput is held against, and that the utilisation
+    //! divides by: one unit's, or (in the models that say so) that of all units together.
+    double RatedLimit(const CTalThroughputEquipment* e) const;
+    //! The checks of the power (group 20) and, in a batch procedure, of the duration or the
+    //! throughput (group 2); 0 after the first failure.
+    int CheckData(int group, CTalModelPP* page, const CTalThroughputEquipment* e) const;
+
+private:
+    CTalOperation& op_;
+    double& throughput_;
+    bool ratedForAllUnits_;
+};
+
 class CTalThroughputOp : public CTalOperation {
     TAL_DECLARE_CLASS(CTalThroughputOp)
 public:
@@ -33,21 +66,10 @@ public:
     double m_Throughput = 0.0;  //!< operating throughput of one unit, kg/s
 
 protected:
-    //! Rating: the throughput per unit of `massFlow` (kg/s), checked against the rated one; in a
-    //! batch procedure the process time follows from it when it is calculated. False (with a
-    //! message) when the unit is too small.
-    int RateThroughput(double massFlow, const CTalThroughputEquipment* e);
-    //! The rated throughput that a unit's throughput is held against, and that the utilisation
-    //! divides by: one unit's, or (in the models that say so) that of all units together.
-    double RatedLimit(const CTalThroughputEquipment* e) const;
+    //! The shared throughput steps on this operation's throughput.
+    InlineThroughput Steps() { return InlineThroughput(*this, m_Throughput, m_IsRatedForAllUnits); }
     bool m_IsRatedForAllUnits = false;
-    //! Design: sizes the equipment for `massFlow` (unless `skipSizing`), then the throughput per unit.
-    int DesignThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing);
-    //! Power from the specific power (or the reverse when the power is given), and the capacity
-    //! utilisation of a unit.
-    void CalcPowerAndUtilization(const CTalThroughputEquipment* e);
-    //! The three steps above for `massFlow`, by the design mode; false if one failed.
-    int SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing);
+    int SolveThroughput(double massFlow, CTalThroughputEquipment* e, int skipSizing) { return Steps().Solve(massFlow, e, skipSizing); }
 };
 
 //! The same base counted in entities of a discrete product instead of kilograms.
