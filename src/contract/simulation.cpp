@@ -1,6 +1,7 @@
 #include "unitops/contract/simulation.hpp"
 
 #include "unitops/contract/back_propagation.hpp"
+#include "unitops/contract/design_spec.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -182,7 +183,31 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order, bool firstSwee
 
 // Iterates the loops: each pass solves every procedure from the tear streams' guesses, and the
 // tear streams take the next guess until they repeat what their sources make.
+// The design specifications step their feeds between runs whose recycle loops have converged;
+// without specifications one converged run.
 void Simulator::RunConverged(SimulationResult& result, bool firstSweep) {
+    std::vector<CTalDesignSpec*> specs;
+    for (const auto& p : doc_.Procedures()) {
+        for (int i = 0; i < p->NumberOfOps(); ++i) {
+            if (auto* spec = dynamic_cast<CTalDesignSpec*>(p->GetOp(i)); spec && spec->IsDesignSpec() && spec->IsActive()) specs.push_back(spec);
+        }
+    }
+    if (specs.empty()) {
+        RunRecycles(result, firstSweep);
+        return;
+    }
+    bool first = firstSweep;
+    DesignSpecConvergence control(std::move(specs));
+    control.Run(
+        [&] {
+            RunRecycles(result, first);
+            first = false;
+            return result.errors.empty();
+        },
+        result.errors);
+}
+
+void Simulator::RunRecycles(SimulationResult& result, bool firstSweep) {
     if (!tears_ || loops_->empty()) {
         RunPass(result.order, firstSweep);
         return;

@@ -32,6 +32,7 @@
 #include "unitops/models/vessel/transfer.hpp"
 #include "unitops/models/vessel/vessel_heating.hpp"
 #include "unitops/models/vessel/vessel_op.hpp"
+#include "unitops/models/throughput/flow_design_spec.hpp"
 #include "unitops/models/throughput/generic_box.hpp"
 #include "unitops/models/separation/centrifugation.hpp"
 #include "unitops/models/separation/membrane_filtration.hpp"
@@ -132,6 +133,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalPFKinRxnOp),
                  // Generic boxes
                  RUNTIME_CLASS(CTalGBXStoichRxnOp), RUNTIME_CLASS(CTalPassThroughGBX),
+                 // Design specifications
+                 RUNTIME_CLASS(CTalDesignSpec), RUNTIME_CLASS(CTalFlowDesignSpec),
              }) {
             r.Register(c);
         }

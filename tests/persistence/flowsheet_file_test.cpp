@@ -271,7 +271,7 @@ TEST(SavedFlowsheetHeader, StartsWithTheMagicTextAndTheVersion) {
     ASSERT_GT(bytes.size(), 1 + magic.size() + 8);
     EXPECT_EQ(bytes[0], magic.size());
     EXPECT_EQ(std::string(bytes.begin() + 1, bytes.begin() + 1 + static_cast<long>(magic.size())), magic);
-    const std::vector<std::uint8_t> version = {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1a, 0x40};  // 6.5, little-endian
+    const std::vector<std::uint8_t> version = {0x66, 0x66, 0x66, 0x66, 0x66, 0x66, 0x1a, 0x40};  // 6.6, little-endian
     EXPECT_TRUE(std::equal(version.begin(), version.end(), bytes.begin() + 1 + static_cast<long>(magic.size())));
     EXPECT_FALSE(IsSavedFlowsheet(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 5)));
     const std::string json(ExampleFlowsheetText());

@@ -63,6 +63,9 @@ private:
     void RunPass(const std::vector<CTalProcedure*>& order, bool firstSweep);
     //! Passes until the tear streams of every recycle loop converge (or the iterations run out,
     //! which `result` then reports); one pass without loops.
+    void RunRecycles(SimulationResult& result, bool firstSweep);
+    //! The converged passes above, repeated while the design specifications step their feeds
+    //! towards their set points (errors in `result` when one cannot meet it).
     void RunConverged(SimulationResult& result, bool firstSweep);
     void SweepUntilSettled(SimulationResult& result);
     void SizeByDefault(CTalProcedure& p);

@@ -16,7 +16,7 @@
 namespace unitops {
 
 //! The version that this program writes. It is not below any version that a model tests.
-inline constexpr double kFlowsheetFormatVersion = 6.5;
+inline constexpr double kFlowsheetFormatVersion = 6.6;
 //! The oldest version that this program reads.
 inline constexpr double kOldestFlowsheetFormatVersion = 4.0;
 //! The text that starts every saved flowsheet (as a counted string).

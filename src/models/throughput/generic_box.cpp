@@ -176,10 +176,12 @@ int CTalGBXStoichRxnOp::WriteIDR_Description(std::FILE* f) {
     if (m_DoesReact) RxnScheme().WriteIDR_Description(f);
     if (!m_DoesSplit) return 1;
     std::fprintf(f, "\n\nStream Split Info:\n");
-    const double scale = IsInInternalUnits() ? 100.0 : 1.0;
-    const auto shown = [&](double toTop) { return m_IsSplitToTop ? toTop * scale : (1.0 - toTop * scale / 100.0) * 100.0; };
+    // Shares are kept as fractions to the top (the per-component ones in every unit state) and
+    // shown in percent, for the top or the bottom stream.
+    const auto shown = [&](double toTop) { return (m_IsSplitToTop ? toTop : 1.0 - toTop) * 100.0; };
     if (m_IsSplitByMass) {
-        std::fprintf(f, m_IsSplitToTop ? "\nMass %c to Top Strm= %-15.2lf\n" : "Mass %c to Bottom Strm= %-15.2lf\n", '%', shown(m_MassSplit));
+        const double toTop = IsInInternalUnits() ? m_MassSplit : m_MassSplit / 100.0;
+        std::fprintf(f, m_IsSplitToTop ? "\nMass %c to Top Strm= %-15.2lf\n" : "Mass %c to Bottom Strm= %-15.2lf\n", '%', shown(toTop));
         return 1;
     }
     std::fprintf(f, m_IsSplitToTop ? "Component Name      Prct to Top Strm\n" : "Component Name      Prct to Bottom Strm\n");
