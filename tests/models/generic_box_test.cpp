@@ -129,6 +129,21 @@ TEST_F(GenericBoxTest, PowerFollowsTheThroughputNotTheHourOfFlow) {
     EXPECT_NEAR(op.m_Power, 2.0 * 0.01 / op.UtilFactor(), 1e-15);
 }
 
+// Rating: a unit's throughput is checked against a unit's rating; the utilisation divides it by
+// the rating of all units.
+TEST_F(GenericBoxTest, RatingChecksOneUnitAndUtilisationCountsAllUnits) {
+    CTalGBXStoichRxnOp& op = ReactionBox();
+    proc->SetDesignMode(false);
+    Box().m_NumberOfUnits = 2;
+    Box().SetRatedThroughput(0.004);  // kg/s per unit; each unit takes 0.005 / UtilFactor
+    EXPECT_EQ(Solve(*proc), 0);
+    EXPECT_NEAR(op.m_Throughput, 0.005 / op.UtilFactor(), 1e-15);
+    EXPECT_EQ(op.CapacityUtilF(), std::min(op.m_Throughput / 0.008, 1.0));
+    Box().SetRatedThroughput(0.02);
+    EXPECT_EQ(Solve(*proc), 1);
+    EXPECT_NEAR(op.CapacityUtilF(), 0.005 / op.UtilFactor() / 0.04, 1e-15);
+}
+
 TEST_F(GenericBoxTest, NoLiquidOrSolidEndsWithTheMessage) {
     CTalGBXStoichRxnOp& op = ReactionBox();
     feed->SetComponentFlow(0, 0.0);

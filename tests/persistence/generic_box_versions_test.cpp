@@ -80,6 +80,9 @@ TEST_F(GenericBoxVersions, Before5_0009TheMembersTakeTheirDefaults) {
     EXPECT_EQ(old->m_MassSplit, 0.0);
     EXPECT_EQ(old->m_Throughput, 0.0);
     EXPECT_TRUE(old->m_ComponentSplit.empty());  // sized for the components when a run starts
+    // Such a box is written again whole, with a share of 0 per component.
+    auto again = test::RoundTripAsVersion(*old, 5.1, *proc);
+    EXPECT_EQ(dynamic_cast<const CTalGBXStoichRxnOp&>(*again).m_ComponentSplit, std::vector<double>(3, 0.0));
     EXPECT_EQ(old->RxnScheme().NumberOfReactions(), box->RxnScheme().NumberOfReactions());
 }
 

@@ -40,6 +40,8 @@ TAL_IMPLEMENT_CLASS_NO_MEMBERS(CTalPassThroughGBX, CTalThroughputOp)
 
 void CTalGBXStoichRxnOp::Serialize(CArchive& ar) {
     CTalBatchStoichRxnOp::Serialize(ar);
+    // A box read from a file older than its shares has none until a run sizes them.
+    if (ar.IsStoring()) m_ComponentSplit.resize(Count(), 0.0);
     SerializeOwnMembers(ar, Members());
 }
 
@@ -76,6 +78,11 @@ int CTalGBXStoichRxnOp::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
 void CTalGBXStoichRxnOp::UpdateForNewCompDef(const ComponentList& oldComps) {
     ReInitCompVar(oldComps, m_ComponentSplit, 0.0);
     CTalBatchStoichRxnOp::UpdateForNewCompDef(oldComps);
+}
+
+void CTalGBXStoichRxnOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) {
+    ReInitCompVarFromOldFlowsheet(oldComps, newComps, m_ComponentSplit, 0.0);
+    CTalBatchStoichRxnOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
 }
 
 void CTalGBXStoichRxnOp::PrepareForSimulation() {
@@ -165,6 +172,12 @@ int CTalGBXStoichRxnOp::Solve(CTalStateStream* before, CTalStateStream* after, i
     m_Power = power;
     m_SpecPower = specPower;
     Steps().PowerAndUtilization(EquipmentT());
+    // A unit's throughput is checked against a unit's rating, but the utilisation of a box
+    // divides it by the rating of all its units.
+    if (const CTalThroughputEquipment* e = EquipmentT()) {
+        const double rated = e->RatedThroughput() * std::max(e->NumberOfUnits(), 1);
+        m_CapacityUtilF = rated <= 1e-15 ? 1.0 : std::min(m_Throughput / rated, 1.0);
+    }
     SendToOutlets(*after);
     after->Zero(false, true);  // nothing stays in the box
     return NormalSimEnding(throughputOK && balanceOK);

@@ -33,6 +33,7 @@ public:
     int IsCyclical() const override { return 0; }
     bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return false; }
     void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
     void PrepareForSimulation() override;
     void InitSimModelParams() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
@@ -56,7 +57,7 @@ public:
     double m_Throughput = 0.0;               //!< operating throughput of one unit, kg/s
 
 private:
-    InlineThroughput Steps() { return InlineThroughput(*this, m_Throughput, true); }
+    InlineThroughput Steps() { return InlineThroughput(*this, m_Throughput, false); }
     //! The thermal mode alone, without reactions, from `feed` to `out`.
     void ThermalOnly(const CTalStateStream* feed, CTalStateStream* out);
     //! `result` to the outlets: whole to the product stream, or split.
