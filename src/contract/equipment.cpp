@@ -122,6 +122,24 @@ bool CTalEquipment::UnitsNeeded(double total, double perUnit, int& units) {
     return true;
 }
 
+int CTalEquipment::TakeSizeOfPass(double need, double& perUnit, double maxPerUnit, unsigned& msg) {
+    if (!m_IsSizedInThisRun) {
+        perUnit = need;
+        m_IsSizedInThisRun = 1;
+    } else {
+        perUnit = std::max(m_NumberOfUnits * perUnit, need);
+    }
+    m_NumberOfUnits = 1;
+    if (maxPerUnit < perUnit) {
+        if (!UnitsNeeded(perUnit, maxPerUnit, m_NumberOfUnits)) {
+            msg = kMsgCannotSize;
+            return 0;
+        }
+        perUnit /= m_NumberOfUnits;
+    }
+    return 1;
+}
+
 int CTalEquipment::IsCompatible(const CTalEquipment* other) const {
     return other && other->IsKindOf(GetRuntimeClass()) ? 1 : 0;
 }

@@ -35,6 +35,7 @@
 #include "unitops/models/separation/centrifugation.hpp"
 #include "unitops/models/separation/membrane_filtration.hpp"
 #include "unitops/models/separation/diafiltration.hpp"
+#include "unitops/models/separation/cloth_filtration.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -129,6 +130,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalCoolingInTower), RUNTIME_CLASS(CTalCoolingTower),
                  // Kinetic reactions along a plug-flow reactor
                  RUNTIME_CLASS(CTalPFKinRxnOp),
+                 // Cloth filtration and cake wash
+                 RUNTIME_CLASS(CTalClothFiltration), RUNTIME_CLASS(CTalClothFilter), RUNTIME_CLASS(CTalPlateAndFrameFilter),
              }) {
             r.Register(c);
         }

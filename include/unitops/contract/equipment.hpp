@@ -158,6 +158,10 @@ public:
     //! The number of units of at most `perUnit` each that together hold `total`, into `units`;
     //! false, leaving `units` as it was, when that number is not finite or beyond what an int holds.
     static bool UnitsNeeded(double total, double perUnit, int& units);
+    //! Takes the size `need` (all units) that one operation asks of an equipment sized by one
+    //! value: the first of a pass sets it, later ones can only raise the total; above `maxPerUnit`
+    //! the size is shared among units. 0 with `msg` when the number of units cannot be represented.
+    int TakeSizeOfPass(double need, double& perUnit, double maxPerUnit, unsigned& msg);
 
 protected:
     static bool InGroup(int group, int g) { return group == 0 || group == g; }

@@ -1,0 +1,113 @@
+#pragma once
+// Batch cloth filtration: the retained solids stay in the filter as a cake holding some liquid, the
+// rest leaves as filtrate. The cake liquid follows from the cake porosity ε (cake volume
+// Vs / (1 − ε)) or from its loss on drying (cake mass Ms / (1 − LOD/100)). The filter area follows
+// from the filtrate of a cycle, the flux and the time: A = V / (J t).
+
+#include <string>
+#include <vector>
+
+#include "unitops/contract/equipment.hpp"
+#include "unitops/contract/operation.hpp"
+#include "unitops/roster/identity.hpp"
+
+namespace unitops {
+
+//! A filter on a cloth, sized by its area per unit; it holds the cake between operations.
+class CTalClothFilter : public CTalEquipment {
+    TAL_DECLARE_CLASS(CTalClothFilter)
+public:
+    static constexpr int kVarVolume = 1;
+    static constexpr int kVarFilterArea = 13;
+    static constexpr int kVarFilterThroughput = 32;
+
+    CTalClothFilter() = default;
+    void Serialize(CArchive& ar) override;
+    bool AccumulatesMaterial() const override { return true; }
+    double Size() const override { return m_FilterArea; }
+    std::string SizeUnits() const override { return "m2"; }
+    std::string SizeVarNameForUDCM() const override { return "Filter Area"; }
+    std::string SizeVarUnitsForUDCM() const override { return "m2"; }
+    double SizeVarValueForUDCM() const override { return m_FilterArea; }
+    Quantity SizeVarQuantityForUDCM() const override { return Quantity::Area; }
+    double MaxSizeVarValueForUDCM() const override { return m_MaxFilterArea; }
+    void InitSizeParams() override;
+    void InitCostParams() override;
+    int IsSimDataComplete(int group, CTalEquipmentPP* page, int flag) override;
+    void WriteIDR_Description(std::FILE* f, int = 0) override;
+    bool SetNumericalValue(int id, double value, int = 0) override;
+    int HasIdenticalRatingData(const CTalEquipment* other, int flag) const override;
+
+    //! Takes `area` (m2, all units) for one operation: the first of a pass sets it, later ones can
+    //! only raise the total; units are added above the maximum. 0 with `msg` when the number of
+    //! units cannot be represented.
+    virtual int CalcSize(double area, unsigned& msg);
+    //! A cloth filter holds no volume of its own.
+    virtual void CalcDimensions() { m_Volume = 0.0; }
+
+    double m_FilterArea = 0.0;        //!< m2 per unit
+    double m_MaxFilterArea = 80.0;    //!< m2 per unit
+    double m_FilterThroughput = 0.0;  //!< kept with the rating data only
+    double m_Volume = 0.0;            //!< m3 per unit
+};
+
+//! 5000 + 1700 A, A at least 5 m2.
+class CTalPlateAndFrameFilter : public CTalClothFilter {
+    TAL_DECLARE_CLASS(CTalPlateAndFrameFilter)
+public:
+    CTalPlateAndFrameFilter() = default;
+    TAL_EQUIPMENT_IDENTITY(0x201)
+    double CalcPurchaseCost(CWnd* wnd) override;
+};
+
+//! The cost law of the plate-and-frame filter, before the material factor.
+double PlateAndFrameBaseCost(double area);
+
+class CTalClothFiltration : public CTalOperation {
+    TAL_DECLARE_CLASS(CTalClothFiltration)
+public:
+    CTalClothFiltration() = default;
+    TAL_OPERATION_IDENTITY(0xA320)
+
+    void Serialize(CArchive& ar) override;
+    int IsEssential() const override { return 1; }
+    int IsCyclical() const override { return 1; }
+    bool IsInPortUsed(int, int) const override { return false; }
+    bool IsOutPortUsed(int port, int flag) const override { return flag == 0 && port == m_FiltrateOutPort; }
+    void InitSimModelParams() override;
+    void InitCostParams() override;
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
+    int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
+    int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
+    int WriteIDR_Description(std::FILE* f) override;
+    void GetCustomDescription(std::string& text) const override;
+
+    CTalClothFilter* EquipmentT() const;
+    const std::vector<double>& Retention() const { return m_Retention; }
+
+    std::vector<double> m_Retention;       //!< fraction of each component kept in the cake
+    double m_CakeThickness = 0.0;          //!< m, output
+    double m_MaxCakeThickness = 0.15;      //!< m
+    double m_CakePorosity = 0.4;           //!< v/v
+    int m_IsDrynessByLOD = 1;
+    double m_LOD = 30.0;                   //!< loss on drying, kept in percent
+    double m_FiltrateFlux = 200.0 / 3.6e6; //!< m3/(m2 s) (200 L/(m2 h))
+    int m_FiltrateOutPort = 2;
+
+private:
+    //! Cake volume and the liquid volume the cake keeps, from the retained solids.
+    struct Cake {
+        double volume = 0.0;  //!< m3/s
+        double liquid = 0.0;  //!< m3/s
+    };
+    double BiomassRetention() const;
+    Cake CakeOf(const CTalSModel& s) const;
+    //! Sets on `cake` the retained solids and the share `k` of the free liquid.
+    void SetCake(const CTalSModel& s, CTalSModel& cake, double k) const;
+    //! Time, flux or area from the filtrate of a cycle; clears `ok` on a sizing failure.
+    double SizeFilter(double filtrateVolFlow, int skipSizing, int& ok);
+    void SetCakeThickness(double cakeVolFlow, double area, int& ok);
+};
+
+}  // namespace unitops

@@ -1,0 +1,27 @@
+#pragma once
+// The area, flux and time of a filter that passes a volume each cycle, shared by the membrane and
+// cloth filters: A = Wc / (J t). Design finds the area; rating finds the flux when the time is the
+// user's and the time otherwise.
+
+#include <functional>
+
+#include "unitops/contract/equipment.hpp"
+#include "unitops/contract/operation.hpp"
+
+namespace unitops {
+
+//! Sizes the equipment to an area (m2, all units); 0 with a message number on failure.
+using AreaSizer = std::function<int(double area, unsigned& msg)>;
+
+//! The volume (m3) that a flow of `volFlow` m3/s carries in one cycle of the operation.
+double VolumePerCycle(const CTalOperation& op, double volFlow);
+
+//! Answers the total area; sets `flux` or the operation's time in rating and sizes through `size`
+//! in design unless `skipSizing`. A sizing failure is reported and clears `ok`.
+double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, double& flux, const AreaSizer& size,
+                         int skipSizing, int& ok);
+
+//! Power from the specific power per m2, or, with the power given, the specific power from it.
+void PowerByArea(CTalOperation& op, double area);
+
+}  // namespace unitops

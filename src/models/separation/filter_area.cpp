@@ -1,0 +1,44 @@
+#include "unitops/models/separation/filter_area.hpp"
+
+#include <algorithm>
+
+namespace unitops {
+
+double VolumePerCycle(const CTalOperation& op, double volFlow) {
+    const double T = op.IsFlowsheetInBatchMode() ? op.PlantBatchTime() : op.CycleTime();
+    return volFlow * T / std::max(op.NumberOfCycles(), 1);
+}
+
+double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, double& flux, const AreaSizer& size,
+                         int skipSizing, int& ok) {
+    double area = 0.0;
+    if (!op.IsDesignMode() && e) {
+        area = std::max(e->NumberOfUnits(), 1) * e->Size();
+        if (op.IsProcessTimeSetByUser()) {
+            flux = area * op.m_ProcessTime > 1e-15 ? Wc / (area * op.m_ProcessTime) : 0.0;
+        } else {
+            op.m_ProcessTime = area * flux > 1e-15 ? std::max(Wc / (area * flux), 1e-15) : 1e-15;
+        }
+        return area;
+    }
+    const double t = op.ProcessTime();
+    area = flux * t > 1e-15 ? Wc / (flux * t) : 0.0;
+    if (e && !skipSizing) {
+        unsigned msg = 0;
+        if (!size(area, msg)) {
+            op.SetSimMsg(msg, 0);
+            ok = 0;
+        }
+    }
+    return area;
+}
+
+void PowerByArea(CTalOperation& op, double area) {
+    if (op.m_PowerMode != 1 || area <= 1e-15) {
+        op.m_Power = area * op.m_SpecPower;
+    } else {
+        op.m_SpecPower = op.m_Power / area;
+    }
+}
+
+}  // namespace unitops

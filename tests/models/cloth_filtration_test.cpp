@@ -1,0 +1,206 @@
+// Cloth filtration on a plate-and-frame filter: the cake by porosity and by loss on drying, the
+// closure of cake and filtrate, the over-concentrated and liquid-only feeds, the area and cake
+// thickness, the cost law and the refusals. Expected values are worked by hand from the laws.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/test_flowsheet.hpp"
+#include "unitops/models/separation/cloth_filtration.hpp"
+
+namespace unitops {
+namespace {
+
+constexpr unsigned kPlateAndFrameProcedure = 0xA037;
+
+//! A slurry of crystals (1500 kg/m3) in a liquid (1000 kg/m3) with a dissolved salt (2000 kg/m3).
+class ClothFiltrationTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        doc = test::MakeDoc({}, true);
+        test::AddSimpleComponent(*doc, "Liquid", 18.0, 1000.0, 4000.0);
+        test::AddSimpleComponent(*doc, "Crystal", 180.0, 1500.0, 1200.0, NormalPhase::Solid);
+        test::AddSimpleComponent(*doc, "Salt", 58.0, 2000.0, 900.0, NormalPhase::Solid);
+        proc = &test::AddProcedure(*doc, "P-1", kPlateAndFrameProcedure);
+        op = dynamic_cast<CTalClothFiltration*>(proc->GetOp(0));
+        ASSERT_NE(op, nullptr);
+        for (int port = 0; port < proc->NumberOfOutPorts(); ++port) {
+            proc->ConnectOut(port, &test::AddStream(*doc, "OUT" + std::to_string(port)));
+        }
+        before = proc->GetState(0);
+        after = proc->GetState(1);
+        SetFeed(1.0, 0.3, 0.01);
+        op->m_Retention = {0.0, 1.0, 0.0};
+        op->m_MaxCakeThickness = 0.5;  // the cake of this slurry is about 27 cm thick
+    }
+    void SetFeed(double liquid, double crystal, double salt) {
+        before->SetComponentFlow(0, liquid);
+        before->SetComponentFlow(1, crystal);
+        before->SetComponentFlow(2, salt);
+        before->SetComponentLiquidFrac(2, 1.0);  // the salt is dissolved
+    }
+    int Solve(int skip = 0) {
+        op->ClearMessages();
+        if (proc->Equipment()) proc->Equipment()->m_IsSizedInThisRun = 0;
+        for (int port = 0; port < proc->NumberOfOutPorts(); ++port) proc->OutStream(port)->Zero(false, true);
+        before->CopyDataInto(*after, 1);
+        op->Solve(before, after, skip);
+        return op->LastResult();
+    }
+    const CTalStream& Filtrate() const { return *proc->OutStream(op->m_FiltrateOutPort); }
+    CTalClothFilter& Filter() const { return dynamic_cast<CTalClothFilter&>(*proc->Equipment()); }
+    void ExpectClosure() const {
+        for (int i = 0; i < 3; ++i) {
+            const double f = before->ComponentFlow(i);
+            EXPECT_NEAR(after->ComponentFlow(i) + Filtrate().ComponentFlow(i), f, 1e-9 * f) << i;
+        }
+    }
+    bool HasMessage(unsigned number) const {
+        for (const SimMessage& m : op->Messages()) {
+            if (m.number == number) return true;
+        }
+        return false;
+    }
+    std::unique_ptr<CTalDocEss> doc;
+    CTalProcedure* proc = nullptr;
+    CTalClothFiltration* op = nullptr;
+    CTalStateStream* before = nullptr;
+    CTalStateStream* after = nullptr;
+};
+
+// Porosity 0.4: 0.3 kg/s of crystals fill 2e-4 m3/s, so the cake fills 2e-4 / 0.6 m3/s and holds
+// 1.3333e-4 m3/s of the free liquid (1.005e-3 m3/s: liquid and salt), each at the same share.
+TEST_F(ClothFiltrationTest, ACakeByPorosityIsTheSolidsVolumeOverOneLessPorosity) {
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 0.4;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->NonGaseousVolFlow(), 2e-4 / 0.6, 1e-15);
+    const double k = (2e-4 / 0.6 - 2e-4) / 1.005e-3;
+    EXPECT_NEAR(after->ComponentFlow(0), 1.0 * k, 1e-12);
+    EXPECT_NEAR(after->ComponentFlow(2), 0.01 * k, 1e-14);
+    EXPECT_DOUBLE_EQ(after->ComponentFlow(1), 0.3);
+    EXPECT_EQ(Filtrate().ComponentFlow(1), 0.0);
+    ExpectClosure();
+}
+
+// LOD 30 %: the cake weighs 0.3 / 0.7 kg/s, so it keeps 0.3 / 0.7 - 0.3 kg/s of the liquid.
+TEST_F(ClothFiltrationTest, ACakeByLossOnDryingIsTheSolidsMassOverOneLessLOD) {
+    SetFeed(1.0, 0.3, 0.0);
+    op->m_IsDrynessByLOD = 1;
+    op->m_LOD = 30.0;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->MassFlow(), 0.3 / 0.7, 1e-12);
+    EXPECT_NEAR(after->ComponentFlow(0), 0.3 / 0.7 - 0.3, 1e-12);
+    EXPECT_NEAR(Filtrate().ComponentFlow(0), 1.3 - 0.3 / 0.7, 1e-12);
+    ExpectClosure();
+}
+
+// Design: A = Wc / (J t) with the default flux of 200 L/(m2 h) and 4 h, so A = Wc / 0.8 m2; the
+// cake of the batch spread on that area gives the thickness and the utilisation.
+TEST_F(ClothFiltrationTest, AreaAndCakeThicknessFollowTheFiltrateAndTheCake) {
+    op->m_IsDrynessByLOD = 0;
+    ASSERT_EQ(Solve(), 1);
+    const double T = doc->PlantBatchTime();
+    const double Wc = Filtrate().NonGaseousVolFlow() * T / op->NumberOfCycles();
+    const double area = Filter().NumberOfUnits() * Filter().m_FilterArea;
+    EXPECT_NEAR(area, Wc / 0.8, 1e-9 * area);
+    const double thickness = (2e-4 / 0.6) * T / op->NumberOfCycles() / area;
+    EXPECT_NEAR(op->m_CakeThickness, thickness, 1e-12);
+    EXPECT_NEAR(op->m_CapacityUtilF, thickness / 0.5, 1e-12);
+    EXPECT_DOUBLE_EQ(Filter().m_Volume, 0.0);
+    // Rated again on that area with the time given, the flux comes back.
+    proc->SetDesignMode(false);
+    op->m_FiltrateFlux = 1.0;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(op->m_FiltrateFlux, 200.0 / 3.6e6, 1e-9 * 200.0 / 3.6e6);
+}
+
+// A cake thicker than allowed is reported, and the filter is not enlarged for it.
+TEST_F(ClothFiltrationTest, ATooThickCakeIsReportedWithoutRaisingTheArea) {
+    op->m_IsDrynessByLOD = 0;
+    ASSERT_EQ(Solve(), 1);
+    const double area = Filter().m_FilterArea;
+    op->m_MaxCakeThickness = op->m_CakeThickness / 2.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(101));
+    EXPECT_DOUBLE_EQ(Filter().m_FilterArea, area);
+    EXPECT_DOUBLE_EQ(op->m_CapacityUtilF, 1.0);
+}
+
+// 3 kg/s of crystals fill 2e-3 m3/s: at porosity 0.4 the cake (3.33e-3) exceeds the feed (3e-3).
+TEST_F(ClothFiltrationTest, AnOverConcentratedFeedStaysWholeAsCake) {
+    SetFeed(1.0, 3.0, 0.0);
+    op->m_IsDrynessByLOD = 0;
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(13057));
+    EXPECT_DOUBLE_EQ(after->MassFlow(), 4.0);
+    EXPECT_EQ(Filtrate().MassFlow(), 0.0);
+}
+
+TEST_F(ClothFiltrationTest, AFeedWithNothingRetainedIsAllFiltrate) {
+    op->m_Retention = {0.0, 0.0, 0.0};
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(13056));
+    EXPECT_EQ(after->MassFlow(), 0.0);
+    ExpectClosure();
+}
+
+// An LOD of 100 % or a porosity of 1 make an infinite cake: the feed is refused as too concentrated.
+TEST_F(ClothFiltrationTest, AnEndlessCakeEndsAsOverConcentratedWithoutNaN) {
+    op->m_LOD = 100.0;
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(13057));
+    EXPECT_TRUE(after->IsFinite());
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 1.0;
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(13057));
+    EXPECT_TRUE(after->IsFinite());
+    before->Zero(false, true);
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(after->IsFinite());
+}
+
+TEST_F(ClothFiltrationTest, ChecksRefuseBadData) {
+    EXPECT_EQ(test::FirstRefusal(*op), "accepted");
+    op->m_Retention[1] = 1.5;
+    EXPECT_EQ(test::FirstRefusal(*op), "retention percentage of every component 1608");
+    op->m_Retention[1] = 1.0;
+    op->m_MaxCakeThickness = 0.0;
+    EXPECT_EQ(test::FirstRefusal(*op), "Maximum Cake Thicknes 1600");
+    op->m_MaxCakeThickness = 0.15;
+    op->m_LOD = 101.0;
+    EXPECT_EQ(test::FirstRefusal(*op), "'LOD' value 1608");
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = -0.1;
+    EXPECT_EQ(test::FirstRefusal(*op), "Cake Porosity 1608");
+    op->m_CakePorosity = 0.4;
+    op->m_FiltrateFlux = 0.0;
+    EXPECT_EQ(test::FirstRefusal(*op), "Average Filtrate Flux 1600");
+}
+
+// 5000 + 1700 A with A at least 5 m2; above 80 m2 the area is shared among units.
+TEST(PlateAndFrameFilter, CostLawAndUnits) {
+    auto doc = test::MakeDoc({"Water"}, true);
+    CTalProcedure& p = test::AddProcedure(*doc, "P-1", kPlateAndFrameProcedure);
+    auto& f = dynamic_cast<CTalPlateAndFrameFilter&>(*p.Equipment());
+    const auto baseCost = [&](double area) {
+        f.m_FilterArea = area;
+        f.CalcPurchaseCost(nullptr);
+        return f.CostComputation().baseCost;
+    };
+    EXPECT_NEAR(baseCost(2.0), 13500.0, 1e-9);
+    EXPECT_NEAR(baseCost(5.0), 13500.0, 1e-9);
+    EXPECT_NEAR(baseCost(10.0), 22000.0, 1e-9);
+    unsigned msg = 0;
+    f.m_IsSizedInThisRun = 0;
+    ASSERT_EQ(f.CalcSize(200.0, msg), 1);
+    EXPECT_EQ(f.NumberOfUnits(), 3);
+    EXPECT_NEAR(f.m_FilterArea, 200.0 / 3.0, 1e-12);
+    // A later operation of the same pass can only raise the total.
+    ASSERT_EQ(f.CalcSize(100.0, msg), 1);
+    EXPECT_NEAR(f.NumberOfUnits() * f.m_FilterArea, 200.0, 1e-12);
+}
+
+}  // namespace
+}  // namespace unitops
