@@ -131,7 +131,7 @@ const ClassRegistry& RosterClasses() {
                  // Kinetic reactions along a plug-flow reactor
                  RUNTIME_CLASS(CTalPFKinRxnOp),
                  // Cloth filtration and cake wash
-                 RUNTIME_CLASS(CTalClothFiltration), RUNTIME_CLASS(CTalClothFilter), RUNTIME_CLASS(CTalPlateAndFrameFilter),
+                 RUNTIME_CLASS(CTalClothFiltration), RUNTIME_CLASS(CTalCakeWashOp), RUNTIME_CLASS(CTalClothFilter), RUNTIME_CLASS(CTalPlateAndFrameFilter),
              }) {
             r.Register(c);
         }

@@ -204,3 +204,132 @@ TEST(PlateAndFrameFilter, CostLawAndUnits) {
 
 }  // namespace
 }  // namespace unitops
+
+namespace unitops {
+namespace {
+
+//! A cake of 0.3 kg/s of crystals holding 1.01e-4 m3/s of liquor (liquid and dissolved salt),
+//! washed with pure liquid from the procedure's first inlet.
+class CakeWashTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        doc = test::MakeDoc({}, true);
+        test::AddSimpleComponent(*doc, "Liquid", 18.0, 1000.0, 4000.0);
+        test::AddSimpleComponent(*doc, "Crystal", 180.0, 1500.0, 1200.0, NormalPhase::Solid);
+        test::AddSimpleComponent(*doc, "Salt", 58.0, 2000.0, 900.0, NormalPhase::Solid);
+        proc = &test::AddProcedure(*doc, "P-1", kPlateAndFrameProcedure);
+        dynamic_cast<CTalClothFiltration&>(*proc->GetOp(0)).m_Retention = {0.0, 1.0, 0.0};
+        proc->AddOperation(CTalOperation::Create<CTalCakeWashOp>(proc));
+        wash = dynamic_cast<CTalCakeWashOp*>(proc->GetOp(1));
+        ASSERT_NE(wash, nullptr);
+        for (int port = 0; port < proc->NumberOfOutPorts(); ++port) {
+            proc->ConnectOut(port, &test::AddStream(*doc, "OUT" + std::to_string(port)));
+        }
+        washIn = &test::AddFeed(*doc, "WASH", {0.0505, 0.0, 0.0}, 298.15);  // 5.05e-5 m3/s, half the liquor
+        proc->ConnectIn(0, washIn);
+        cake = proc->GetState(1);
+        after = proc->GetState(2);
+        cake->SetComponentFlow(0, 0.1);
+        cake->SetComponentFlow(1, 0.3);
+        cake->SetComponentFlow(2, 0.002);
+        cake->SetComponentLiquidFrac(2, 1.0);
+    }
+    int Solve() {
+        wash->ClearMessages();
+        proc->Equipment()->m_IsSizedInThisRun = 0;
+        WashOut().Zero(false, true);
+        wash->Solve(cake, after, 0);
+        return wash->LastResult();
+    }
+    CTalStream& WashOut() const { return *proc->OutStream(wash->m_WashOutPort); }
+    void ExpectClosure() const {
+        for (int i = 0; i < 3; ++i) {
+            const double in = cake->ComponentFlow(i) + washIn->ComponentFlow(i);
+            EXPECT_NEAR(after->ComponentFlow(i) + WashOut().ComponentFlow(i), in, 1e-9 * in) << i;
+        }
+    }
+    std::unique_ptr<CTalDocEss> doc;
+    CTalProcedure* proc = nullptr;
+    CTalCakeWashOp* wash = nullptr;
+    CTalInputStream* washIn = nullptr;
+    CTalStateStream* cake = nullptr;
+    CTalStateStream* after = nullptr;
+};
+
+// Displacement with half the liquor's volume takes half of it (d = 0.5); the wash, equal in
+// volume, stays in its place.
+TEST_F(CakeWashTest, ADisplacementWashTakesItsVolumeOfLiquor) {
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(WashOut().ComponentFlow(0), 0.05, 1e-12);
+    EXPECT_NEAR(WashOut().ComponentFlow(2), 0.001, 1e-14);
+    EXPECT_NEAR(after->ComponentFlow(0), 0.05 + 0.0505, 1e-12);
+    EXPECT_NEAR(after->ComponentFlow(2), 0.001, 1e-14);
+    EXPECT_DOUBLE_EQ(after->ComponentFlow(1), 0.3);
+    ExpectClosure();
+    // A wash of the liquor's whole volume takes all of it.
+    washIn->SetComponentFlow(0, 0.101);
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->ComponentFlow(2), 0.0, 1e-15);
+    EXPECT_NEAR(after->ComponentFlow(0), 0.101, 1e-12);
+    ExpectClosure();
+}
+
+// Reslurry with the same wash mixes first: d = Qw / (V + Qw) = 1/3, and two thirds of the wash stay.
+TEST_F(CakeWashTest, AReslurryWashTakesTheMixedShare) {
+    wash->m_WashType = 0;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(WashOut().ComponentFlow(2), 0.002 / 3.0, 1e-14);
+    EXPECT_NEAR(after->ComponentFlow(0), 0.1 * 2.0 / 3.0 + 0.0505 * 2.0 / 3.0, 1e-12);
+    ExpectClosure();
+}
+
+// 100 g/L at equilibrium in 5.05e-5 m3/s of wash dissolves 5.05e-3 kg/s; a solubility a thousand
+// times higher is capped by the crystals the cake holds.
+TEST_F(CakeWashTest, DissolutionFollowsTheSolubilityAndNeverExceedsTheCake) {
+    wash->m_IsSoluble = {0.0, 1.0, 0.0};
+    wash->m_Solubility = {0.0, 100.0, 0.0};
+    wash->m_ApproachToEquil = {0.0, 1.0, 0.0};
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->ComponentFlow(1), 0.3 - 0.00505, 1e-12);
+    EXPECT_NEAR(wash->m_SolubleLoss[1], 0.00505 / 0.3, 1e-12);
+    ExpectClosure();
+    wash->m_Solubility[1] = 1.0e5;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->ComponentFlow(1), 0.0, 1e-15);
+    EXPECT_NEAR(WashOut().ComponentFlow(1), 0.3, 1e-12);
+    // By a loss fraction instead.
+    wash->m_IsSolubilitySet = 0;
+    wash->m_SolubleLoss[1] = 0.1;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(after->ComponentFlow(1), 0.27, 1e-12);
+    ExpectClosure();
+}
+
+// A relative volume of 1 L per L of cake bids for the cake's volume of wash over the batch.
+TEST_F(CakeWashTest, ARelativeVolumeSetsTheWashFromTheCake) {
+    wash->m_IsRelativeVolumeSet = 1;
+    wash->m_RelativeWashVolume = 1.0;
+    ASSERT_EQ(Solve(), 1);
+    const double cakeVolume = cake->NonGaseousVolFlow() * doc->PlantBatchTime();
+    EXPECT_NEAR(wash->m_WashVolume, cakeVolume / wash->NumberOfCycles(), 1e-12 * cakeVolume);
+    std::vector<CTalStream*> bids;
+    wash->GetStreamsInitiatingBPG(bids);
+    ASSERT_EQ(bids.size(), 1u);
+    EXPECT_EQ(bids[0], washIn);
+}
+
+TEST_F(CakeWashTest, EmptyCakesWarnAndBadDataIsRefused) {
+    cake->Zero(false, true);
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(after->IsFinite());
+    wash->m_IsRelativeVolumeSet = 1;
+    wash->m_RelativeWashVolume = 0.0;
+    EXPECT_EQ(test::FirstRefusal(*wash), "Relative Wash Volume 1600");
+    wash->m_RelativeWashVolume = 1.0;
+    wash->SetProcessTimeMode(1);
+    wash->m_WashFlux = 0.0;
+    EXPECT_EQ(test::FirstRefusal(*wash), "Wash Flux 1600");
+}
+
+}  // namespace
+}  // namespace unitops

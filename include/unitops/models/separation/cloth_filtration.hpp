@@ -110,4 +110,52 @@ private:
     void SetCakeThickness(double cakeVolFlow, double area, int& ok);
 };
 
+//! Wash of the cake that a cloth filtration left: the wash displaces mother liquor, the liquor
+//! leaves by an outlet with the spent wash, and the wash that replaces it stays in the cake. Part of
+//! the retained solids may dissolve, by a solubility or by a loss fraction.
+class CTalCakeWashOp : public CTalOperation {
+    TAL_DECLARE_CLASS(CTalCakeWashOp)
+public:
+    CTalCakeWashOp() = default;
+    TAL_OPERATION_IDENTITY(0xA324)
+
+    void Serialize(CArchive& ar) override;
+    int IsCyclical() const override { return 1; }
+    bool IsInPortUsed(int port, int flag) const override {
+        return port == m_WashInPort && (!m_IsRelativeVolumeSet || flag == 0);
+    }
+    bool IsOutPortUsed(int port, int flag) const override { return flag == 0 && port == m_WashOutPort; }
+    bool InitiatesBPG() const override { return m_IsRelativeVolumeSet != 0; }
+    void GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const override;
+    void InitSimModelParams() override;
+    void InitCostParams() override;
+    void UpdateForNewCompDef(const ComponentList& oldComps) override;
+    void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
+    int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
+    int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
+    int WriteIDR_Description(std::FILE* f) override;
+    void GetCustomDescription(std::string& text) const override;
+
+    int m_IsRelativeVolumeSet = 0;
+    double m_WashVolume = 0.0;          //!< m3 per cycle
+    double m_RelativeWashVolume = 1.0;  //!< m3 of wash per m3 of cake
+    double m_WashRate = 0.0;            //!< kg/s, output
+    int m_WashType = 1;                 //!< 1 displacement, 0 reslurry
+    int m_WashInPort = 0;
+    int m_WashOutPort = 3;
+    double m_WashFlux = 200.0 / 3.6e6;  //!< m3/(m2 s)
+    std::vector<double> m_IsSoluble;        //!< 1 for a component that may dissolve
+    std::vector<double> m_Solubility;       //!< kg/m3
+    std::vector<double> m_ApproachToEquil;  //!< fraction
+    std::vector<double> m_SolubleLoss;      //!< fraction
+    int m_IsSolubilitySet = 1;
+
+private:
+    //! The retention of the filtration that made the cake; all zero without one.
+    std::vector<double> CakeRetention() const;
+    //! Moves into the wash outlet what dissolves of each soluble retained component.
+    void Dissolve(const std::vector<double>& r, CTalSModel& cake, double washVolFlow);
+    void SizeWash(double washVolFlow, int skipSizing, int& ok);
+};
+
 }  // namespace unitops
