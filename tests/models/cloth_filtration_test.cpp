@@ -202,6 +202,27 @@ TEST(PlateAndFrameFilter, CostLawAndUnits) {
     EXPECT_NEAR(f.NumberOfUnits() * f.m_FilterArea, 200.0, 1e-12);
 }
 
+// An empty filter holds air: n = P V N / (R T) = 101325 x 2 x 3 / 2478819.1 kmol, 79 % nitrogen,
+// over the batch time; the filter's own volume is zero after sizing, so it starts empty then.
+TEST(ClothFilterContents, AnEmptyFilterHoldsAirInItsVolume) {
+    auto doc = test::MakeDoc({"Water", "Nitrogen", "Oxygen"}, true);
+    CTalProcedure& p = test::AddProcedure(*doc, "P-1", kPlateAndFrameProcedure);
+    auto& f = dynamic_cast<CTalClothFilter&>(*p.Equipment());
+    ASSERT_TRUE(f.m_DefaultContents);
+    f.m_Volume = 2.0;
+    f.m_NumberOfUnits = 3;
+    f.InitDefaultContentsBeforeBatch();
+    const double kmol = 101325.0 * 2.0 * 3.0 / 2478819.1;
+    const double T = doc->PlantBatchTime();
+    const CTalStateStream& air = *f.m_DefaultContents;
+    EXPECT_NEAR(air.ComponentMoleFlow(air.GetComponentIndex("Nitrogen")) * T, 0.79 * kmol, 1e-12);
+    EXPECT_NEAR(air.ComponentMoleFlow(air.GetComponentIndex("Oxygen")) * T, 0.21 * kmol, 1e-12);
+    EXPECT_DOUBLE_EQ(air.ComponentVaporFrac(air.GetComponentIndex("Oxygen")), 1.0);
+    f.CalcDimensions();
+    f.InitDefaultContentsBeforeBatch();
+    EXPECT_EQ(air.MassFlow(), 0.0);
+}
+
 }  // namespace
 }  // namespace unitops
 

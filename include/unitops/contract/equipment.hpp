@@ -165,6 +165,10 @@ public:
 
 protected:
     static bool InGroup(int group, int g) { return group == 0 || group == g; }
+    //! Fills the default contents with the air at 25 degC and 1 atm of all units of `volumePerUnit`
+    //! m3, coming over the batch time: 79 % nitrogen and 21 % oxygen by moles, all vapour. Without
+    //! either gas in the flowsheet the equipment starts empty.
+    void FillDefaultContentsWithAir(double volumePerUnit);
     void SerializeOwnMembers(CArchive& ar, const MemberTable& table);
     //! Starts the trace of a built-in law: size used, units, formula and base year.
     void TraceLaw(std::string law, double size, std::string units, double baseYear);

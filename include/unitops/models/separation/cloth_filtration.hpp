@@ -44,6 +44,8 @@ public:
     virtual int CalcSize(double area, unsigned& msg);
     //! A cloth filter holds no volume of its own.
     virtual void CalcDimensions() { m_Volume = 0.0; }
+    //! An empty filter holds air in its volume.
+    void InitDefaultContentsBeforeBatch() override { FillDefaultContentsWithAir(m_Volume); }
 
     double m_FilterArea = 0.0;        //!< m2 per unit
     double m_MaxFilterArea = 80.0;    //!< m2 per unit
