@@ -179,6 +179,18 @@ TEST_F(ClothFiltrationTest, ChecksRefuseBadData) {
     EXPECT_EQ(test::FirstRefusal(*op), "Average Filtrate Flux 1600");
 }
 
+TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasis) {
+    op->m_LOD = 25.0;
+    std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    EXPECT_NE(text.find("Cake concentration is specifed based on LOD \nCake LOD               = 25.000"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("Maximum Cake Thickness = 50.000"), std::string::npos) << text;
+    op->m_IsDrynessByLOD = 0;
+    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    EXPECT_NE(text.find("Cake Porosity          = 0.400"), std::string::npos) << text;
+    EXPECT_NE(text.find(" Crystal                       100.000"), std::string::npos) << text;
+}
+
 // 5000 + 1700 A with A at least 5 m2; above 80 m2 the area is shared among units.
 TEST(PlateAndFrameFilter, CostLawAndUnits) {
     auto doc = test::MakeDoc({"Water"}, true);
