@@ -8,6 +8,7 @@
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/models/separation/filter_area.hpp"
+#include "unitops/models/separation/filter_cake.hpp"
 
 namespace unitops {
 
@@ -201,10 +202,7 @@ int CTalClothFiltration::IsSimDataComplete(int group, CTalModelPP* page, bool fl
                 return ReportRange(page, 0x601, "retention percentage of every component", 0x648);
             }
             if (m_MaxCakeThickness < 1e-15) return ReportRange(page, 0x601, "Maximum Cake Thicknes", 0x640);
-            if (m_IsDrynessByLOD && (m_LOD < 0.0 || m_LOD > 100.0)) return ReportRange(page, 0x601, "'LOD' value", 0x648);
-            if (!m_IsDrynessByLOD && (m_CakePorosity < 0.0 || m_CakePorosity > 1.0)) {
-                return ReportRange(page, 0x601, "Cake Porosity", 0x648);
-            }
+            if (!CheckCakeDryness(page, Dryness())) return 0;
             // The flux is checked in design and also in rating with the time set by the user.
             if ((IsDesignMode() || IsProcessTimeSetByUser()) && m_FiltrateFlux < 1e-15) {
                 return ReportRange(page, 0x601, "Average Filtrate Flux", 0x640);
@@ -216,46 +214,7 @@ int CTalClothFiltration::IsSimDataComplete(int group, CTalModelPP* page, bool fl
 
 // ---------------------------------------------------------------- solution steps
 
-double CTalClothFiltration::BiomassRetention() const {
-    const int b = GetPrimaryBiomassIndex();
-    return b >= 0 ? m_Retention[static_cast<std::size_t>(b)] : 1.0;
-}
-
-// The retained solids Vs (intracellular at the biomass retention, extracellular at each
-// component's own) and the liquid the cake holds with them.
-CTalClothFiltration::Cake CTalClothFiltration::CakeOf(const CTalSModel& s) const {
-    const double Rb = BiomassRetention();
-    double mass = 0.0, volume = 0.0;
-    for (int i = 0; i < s.NumberOfComponents(); ++i) {
-        const double m = s.ComponentIntraMassFlow(i) * Rb + s.ComponentExtraMassFlow(i) * m_Retention[static_cast<std::size_t>(i)];
-        const double rho = s.ComponentDensity(i);
-        mass += m;
-        if (rho > 0.0) volume += m / rho;
-    }
-    Cake cake;
-    if (!m_IsDrynessByLOD) {
-        cake.volume = volume / (1.0 - m_CakePorosity);
-        cake.liquid = cake.volume - volume;
-    } else {
-        const double liquidMass = mass / ((100.0 - m_LOD) / 100.0) - mass;
-        const double rho = s.SolventDensity(m_Retention.data(), 1e-15);
-        cake.liquid = rho > 1e-15 ? liquidMass / rho : 0.0;
-        cake.volume = volume + cake.liquid;
-    }
-    return cake;
-}
-
-void CTalClothFiltration::SetCake(const CTalSModel& s, CTalSModel& cake, double k) const {
-    const double Rb = BiomassRetention();
-    for (int i = 0; i < s.NumberOfComponents(); ++i) {
-        const double r = m_Retention[static_cast<std::size_t>(i)];
-        const double intra = s.ComponentIntraMassFlow(i) * Rb;
-        const double extra = s.ComponentExtraMassFlow(i) * (r > 1e-15 ? r : k);
-        cake.SetComponentFlow(i, intra + extra);
-        cake.SetComponentVaporFrac(i, 0.0);  // the cake holds no vapour
-        cake.SetComponentExtraCellFrac(i, intra + extra > 1e-15 ? extra / (intra + extra) : 1.0);
-    }
-}
+CakeDryness CTalClothFiltration::Dryness() const { return {m_IsDrynessByLOD != 0, m_CakePorosity, m_LOD}; }
 
 double CTalClothFiltration::SizeFilter(double filtrateVolFlow, int skipSizing, int& ok) {
     CTalClothFilter* e = EquipmentT();
@@ -291,7 +250,8 @@ int CTalClothFiltration::Solve(CTalStateStream* before, CTalStateStream* after, 
     vapour.Zero(false, true);
     after->ExtractVaporPhase(vapour, 1);
 
-    const Cake cake = CakeOf(*after);
+    const double Rb = BiomassRetention(*this, m_Retention);
+    const FilterCake cake = CakeOf(*after, m_Retention, Rb, Dryness());
     const double Vt = after->NonGaseousVolFlow();
     if (!std::isfinite(cake.volume) || cake.volume > Vt - 1e-15) {
         // Too concentrated: everything stays as cake and nothing is sized.
@@ -314,7 +274,7 @@ int CTalClothFiltration::Solve(CTalStateStream* before, CTalStateStream* after, 
         ok = 0;
     } else {
         CTalSModel retained(*after);
-        SetCake(*after, retained, Vs > 1e-15 ? cake.liquid / Vs : 1.0);
+        SetCake(*after, retained, m_Retention, Rb, Vs > 1e-15 ? cake.liquid / Vs : 1.0);
         after->DivideInto(retained, *after);
         filtrateVolume = after->NonGaseousVolFlow();
         if (filtrateOut) filtrateOut->Mix(*filtrateOut, *after);
@@ -332,51 +292,19 @@ int CTalClothFiltration::Solve(CTalStateStream* before, CTalStateStream* after, 
 int CTalClothFiltration::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
     std::fprintf(f, "**** FILTRATION DATA ****\n");
-    std::fprintf(f, "Particulate Component Name     Removal %c      \n", '%');
-    for (std::size_t i = 0; i < Count() && i < m_Retention.size(); ++i) {
-        const CTalPureComponent* pc = GetPureComponent(static_cast<int>(i));
-        std::fprintf(f, " %-15s    %18.3lf\n", pc ? pc->Name().c_str() : "", m_Retention[i] * 100.0);
-    }
-    const double process = IsInInternalUnits() ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
-    const double hours = process / 3600.0;
-    std::fprintf(f, IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
-    if (IsProcessTimeSetByUser()) {
-        std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
-    } else {
-        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(m_FiltrateFlux));
-    }
-    if (!m_IsDrynessByLOD) {
-        std::fprintf(f, "Cake concentration is specifed based on porosity \n");
-        std::fprintf(f, "Cake Porosity          = %-15.3lf v/v\n", m_CakePorosity);
-    } else {
-        std::fprintf(f, "Cake concentration is specifed based on LOD \n");
-        std::fprintf(f, "Cake LOD               = %-15.3lf %c\n", m_LOD, '%');
-    }
+    WriteRemovalTable(f, *this, m_Retention);
+    WriteFiltrationTime(f, *this, m_FiltrateFlux);
+    WriteCakeDryness(f, Dryness());
     std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", m_MaxCakeThickness * 100.0);
     return 1;
 }
 
 void CTalClothFiltration::GetCustomDescription(std::string& text) const {
-    const bool internal = IsInInternalUnits() != 0;
-    char buffer[200];
-    if (IsProcessTimeCalculated()) {
-        const double flux = internal ? display::kLitrePerM2Hour.ToDisplay(m_FiltrateFlux) : m_FiltrateFlux;
-        std::snprintf(buffer, sizeof buffer, "Filter at a flux of %.2lf L/m2-h", flux);
-    } else {
-        const double t = internal ? ProcessTimeUnits().Display().ToDisplay(ProcessTime()) : ProcessTime();
-        std::snprintf(buffer, sizeof buffer, "Filter for %.2lf %s", t, ProcessTimeUnits().UnitsName().c_str());
-    }
-    text = buffer;
+    text = FiltrationTimeText(*this, m_FiltrateFlux);
     if (IsOpDescriptionShort()) return;
-    if (!m_IsDrynessByLOD) {
-        std::snprintf(buffer, sizeof buffer, ", to cake porosity of %.2lf v/v", m_CakePorosity);
-    } else {
-        std::snprintf(buffer, sizeof buffer, ", to final LOD of %.2lf %c", m_LOD, '%');
-    }
-    text += buffer;
+    text += CakeDrynessText(Dryness());
     const CTalStream* out = OutStream(m_FiltrateOutPort);
-    std::snprintf(buffer, sizeof buffer, ", the filtrate is removed through stream %s", out ? out->Name().c_str() : "");
-    text += buffer;
+    text += ", the filtrate is removed through stream " + (out ? out->Name() : std::string());
 }
 
 // ---------------------------------------------------------------- CTalCakeWashOp: data

@@ -41,4 +41,26 @@ void PowerByArea(CTalOperation& op, double area) {
     }
 }
 
+std::string FiltrationTimeText(const CTalOperation& op, double flux) {
+    const bool internal = op.IsInInternalUnits() != 0;
+    char buffer[120];
+    if (op.IsProcessTimeCalculated()) {
+        std::snprintf(buffer, sizeof buffer, "Filter at a flux of %.2lf L/m2-h", internal ? display::kLitrePerM2Hour.ToDisplay(flux) : flux);
+    } else {
+        const double t = internal ? op.ProcessTimeUnits().Display().ToDisplay(op.ProcessTime()) : op.ProcessTime();
+        std::snprintf(buffer, sizeof buffer, "Filter for %.2lf %s", t, op.ProcessTimeUnits().UnitsName().c_str());
+    }
+    return buffer;
+}
+
+void WriteFiltrationTime(std::FILE* f, const CTalOperation& op, double flux) {
+    const double process = op.IsInInternalUnits() ? op.ProcessTime() : op.ProcessTimeUnits().Display().ToInternal(op.ProcessTime());
+    std::fprintf(f, op.IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
+    if (op.IsProcessTimeSetByUser()) {
+        std::fprintf(f, "Filtration Time        = %-15.3lf h\n", process / 3600.0);
+    } else {
+        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(flux));
+    }
+}
+
 }  // namespace unitops

@@ -9,6 +9,7 @@
 
 #include "unitops/contract/equipment.hpp"
 #include "unitops/contract/operation.hpp"
+#include "unitops/models/separation/filter_cake.hpp"
 #include "unitops/roster/identity.hpp"
 
 namespace unitops {
@@ -98,15 +99,7 @@ public:
     int m_FiltrateOutPort = 2;
 
 private:
-    //! Cake volume and the liquid volume the cake keeps, from the retained solids.
-    struct Cake {
-        double volume = 0.0;  //!< m3/s
-        double liquid = 0.0;  //!< m3/s
-    };
-    double BiomassRetention() const;
-    Cake CakeOf(const CTalSModel& s) const;
-    //! Sets on `cake` the retained solids and the share `k` of the free liquid.
-    void SetCake(const CTalSModel& s, CTalSModel& cake, double k) const;
+    CakeDryness Dryness() const;
     //! Time, flux or area from the filtrate of a cycle; clears `ok` on a sizing failure.
     double SizeFilter(double filtrateVolFlow, int skipSizing, int& ok);
     void SetCakeThickness(double cakeVolFlow, double area, int& ok);

@@ -3,7 +3,9 @@
 // cloth filters: A = Wc / (J t). Design finds the area; rating finds the flux when the time is the
 // user's and the time otherwise.
 
+#include <cstdio>
 #include <functional>
+#include <string>
 
 #include "unitops/contract/equipment.hpp"
 #include "unitops/contract/operation.hpp"
@@ -23,5 +25,10 @@ double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, d
 
 //! Power from the specific power per m2, or, with the power given, the specific power from it.
 void PowerByArea(CTalOperation& op, double area);
+
+//! "Filter at a flux of ..." when the time is calculated, "Filter for ..." when it is the user's.
+std::string FiltrationTimeText(const CTalOperation& op, double flux);
+//! The report's lines on the filtration time, or on the flux that the time follows from.
+void WriteFiltrationTime(std::FILE* f, const CTalOperation& op, double flux);
 
 }  // namespace unitops
