@@ -37,6 +37,7 @@
 #include "unitops/models/separation/diafiltration.hpp"
 #include "unitops/models/separation/cloth_filtration.hpp"
 #include "unitops/models/separation/rotary_dead_end_filtration.hpp"
+#include "unitops/models/separation/air_filtration.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -136,6 +137,8 @@ const ClassRegistry& RosterClasses() {
                  // Rotary vacuum and dead-end filtration
                  RUNTIME_CLASS(CTalRotaryVacuumFiltration), RUNTIME_CLASS(CTalDeadEndFiltration),
                  RUNTIME_CLASS(CTalRotaryVacuumFilter), RUNTIME_CLASS(CTalDeadEndFilter),
+                 // Air filtration
+                 RUNTIME_CLASS(CTalAirFiltration), RUNTIME_CLASS(CTalAirFilter),
              }) {
             r.Register(c);
         }
