@@ -189,6 +189,13 @@ TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasis) {
     text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
     EXPECT_NE(text.find("Cake Porosity          = 0.400"), std::string::npos) << text;
     EXPECT_NE(text.find(" Crystal                       100.000"), std::string::npos) << text;
+    // Reports are written in display units: the values are not converted twice.
+    op->SetProcessTimeMode(2);
+    op->ConvertToDisplayUnits();
+    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->ConvertToInternalUnits();
+    EXPECT_NE(text.find("Maximum Cake Thickness = 50.000"), std::string::npos) << text;
+    EXPECT_NE(text.find("Average Filtrate Flux  = 200.000"), std::string::npos) << text;
 }
 
 // 5000 + 1700 A with A at least 5 m2; above 80 m2 the area is shared among units.

@@ -357,6 +357,11 @@ TEST_F(DeadEndTest, ConsumablesReportAndCostLaw) {
     std::string description;
     op->GetCustomDescription(description);
     EXPECT_EQ(description, "Filter for 1.00 h, particle conc. in retentate 0.50 v/v");
+    op->ConvertToDisplayUnits();
+    const std::string shown = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->ConvertToInternalUnits();
+    EXPECT_NE(shown.find("Filter Pore Size = 0.45"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("Filter Repl Time = 24.00"), std::string::npos) << shown;
 
     EXPECT_EQ(filter.m_MaterialName, "SS316");
     EXPECT_DOUBLE_EQ(filter.m_MaxFilterArea, 50.0);

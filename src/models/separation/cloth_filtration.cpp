@@ -295,7 +295,8 @@ int CTalClothFiltration::WriteIDR_Description(std::FILE* f) {
     WriteRemovalTable(f, *this, m_Retention);
     WriteFiltrationTime(f, *this, m_FiltrateFlux);
     WriteCakeDryness(f, Dryness());
-    std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", m_MaxCakeThickness * 100.0);
+    const double maxThickness = IsInInternalUnits() ? kCentimetre.ToDisplay(m_MaxCakeThickness) : m_MaxCakeThickness;
+    std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", maxThickness);
     return 1;
 }
 

@@ -59,7 +59,8 @@ void WriteFiltrationTime(std::FILE* f, const CTalOperation& op, double flux) {
     if (op.IsProcessTimeSetByUser()) {
         std::fprintf(f, "Filtration Time        = %-15.3lf h\n", process / 3600.0);
     } else {
-        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(flux));
+        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n",
+                     op.IsInInternalUnits() ? display::kLitrePerM2Hour.ToDisplay(flux) : flux);
     }
 }
 

@@ -436,7 +436,8 @@ int CTalDeadEndFiltration::Solve(CTalStateStream*, CTalStateStream* after, int s
 
 int CTalDeadEndFiltration::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
-    std::fprintf(f, "Filter Pore Size = %-15.2lf\n", m_FilterPoreSize * 1e6);
+    const bool internal = IsInInternalUnits() != 0;
+    std::fprintf(f, "Filter Pore Size = %-15.2lf\n", internal ? display::kMicron.ToDisplay(m_FilterPoreSize) : m_FilterPoreSize);
     std::fprintf(f, "Solds Frac in Ret= %-15.2lf\n", m_ParticleConcInRetentate);
     WriteRemovalTable(f, *this, m_Retention);
     std::fprintf(f, "**** FILTRATION DATA ****\n");
@@ -444,7 +445,7 @@ int CTalDeadEndFiltration::WriteIDR_Description(std::FILE* f) {
     if (m_IsReplacementByCycles) {
         std::fprintf(f, "Filter Repl Cycles = %-15.2lf\n", m_ReplacementCycles);
     } else {
-        std::fprintf(f, "Filter Repl Time = %-15.2lf\n", m_ReplacementHours / 3600.0);
+        std::fprintf(f, "Filter Repl Time = %-15.2lf\n", internal ? display::kHour.ToDisplay(m_ReplacementHours) : m_ReplacementHours);
     }
     if (m_IsCostPerArea) {
         std::fprintf(f, "Filter Unit Cost = %-15.2lf $/m2\n", m_CostPerArea);

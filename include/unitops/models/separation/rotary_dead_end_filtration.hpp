@@ -45,8 +45,8 @@ public:
     void Serialize(CArchive& ar) override;
     int IsEssential() const override { return 1; }
     int IsCyclical() const override { return 0; }
-    bool IsInPortUsed(int, int) const override { return true; }
-    bool IsOutPortUsed(int, int) const override { return true; }
+    bool IsInPortUsed(int port, int) const override { return port < 2; }
+    bool IsOutPortUsed(int port, int) const override { return port < 2; }
     void InitSimModelParams() override;
     void InitCostParams() override;
     void UpdateForNewCompDef(const ComponentList& oldComps) override;
