@@ -45,10 +45,10 @@ const MemberTable& CTalClothFiltration::Members() {
         Real("CakeThickness", &C::m_CakeThickness, Quantity::Length, kCentimetre),
         Real("MaxCakeThickness", &C::m_MaxCakeThickness, Quantity::Length, kCentimetre),
         Real("CakePorosity", &C::m_CakePorosity, Quantity::Dimensionless),
-        Word("IsDrynessByLOD", &C::m_IsDrynessByLOD).Choices(0, 1),
+        Int("IsDrynessByLOD", &C::m_IsDrynessByLOD).Choices(0, 1),
         Real("LOD", &C::m_LOD, Quantity::Dimensionless),
         Real("FiltrateFlux", &C::m_FiltrateFlux, Quantity::VolumeFlux, display::kLitrePerM2Hour),
-        Word("FiltrateOutPort", &C::m_FiltrateOutPort),
+        Int("FiltrateOutPort", &C::m_FiltrateOutPort),
     });
     return table;
 }
@@ -57,15 +57,15 @@ const MemberTable& CTalCakeWashOp::Members() {
     using namespace members;
     using C = CTalCakeWashOp;
     static const MemberTable table(CTalOperation::Members(), {
-        Word("IsRelativeVolumeSet", &C::m_IsRelativeVolumeSet).Choices(0, 1),
+        Int("IsRelativeVolumeSet", &C::m_IsRelativeVolumeSet).Choices(0, 1),
         Real("WashVolume", &C::m_WashVolume, Quantity::Volume, display::kLitre),
         Real("RelativeWashVolume", &C::m_RelativeWashVolume, Quantity::Dimensionless),
         Real("WashRate", &C::m_WashRate, Quantity::MassFlow).Result(),
-        Word("WashType", &C::m_WashType).Choices(0, 1),
-        Word("WashInPort", &C::m_WashInPort),
-        Word("WashOutPort", &C::m_WashOutPort),
+        Int("WashType", &C::m_WashType).Choices(0, 1),
+        Int("WashInPort", &C::m_WashInPort),
+        Int("WashOutPort", &C::m_WashOutPort),
         Real("WashFlux", &C::m_WashFlux, Quantity::VolumeFlux, display::kLitrePerM2Hour),
-        // Written per component in turn by Serialize.
+        // Written by Serialize after the table: per component in turn, then the switch.
         RealArray("IsSoluble", &C::m_IsSoluble, Quantity::Dimensionless).Transient().Since(kSolubilitySince, std::vector<double>()),
         RealArray("Solubility", &C::m_Solubility, Quantity::Concentration, display::kGramPerLitre)
             .Transient().Since(kSolubilitySince, std::vector<double>()),
@@ -73,7 +73,7 @@ const MemberTable& CTalCakeWashOp::Members() {
             .Transient().Since(kSolubilitySince, std::vector<double>()),
         RealArray("SolubleLoss", &C::m_SolubleLoss, Quantity::Fraction, display::kPercent)
             .Transient().Since(kSolubilitySince, std::vector<double>()),
-        Word("IsSolubilitySet", &C::m_IsSolubilitySet).Choices(0, 1).Since(kSolubilitySince, 1),
+        Int("IsSolubilitySet", &C::m_IsSolubilitySet).Choices(0, 1).Transient().Since(kSolubilitySince, 1),
     });
     return table;
 }
