@@ -179,16 +179,46 @@ TEST_F(ClothFiltrationTest, ChecksRefuseBadData) {
     EXPECT_EQ(test::FirstRefusal(*op), "Average Filtrate Flux 1600");
 }
 
-TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasis) {
+// Reports are written in display units, as the command line writes them.
+std::string ReportInDisplayUnits(CTalOperation& op) {
+    op.ConvertToDisplayUnits();
+    const std::string text = test::Capture([&](std::FILE* f) { op.WriteIDR_Description(f); });
+    op.ConvertToInternalUnits();
+    return text;
+}
+
+TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasisInDisplayUnits) {
     op->m_LOD = 25.0;
-    std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->m_MaxCakeThickness = 0.15;
+    std::string text = ReportInDisplayUnits(*op);
     EXPECT_NE(text.find("Cake concentration is specifed based on LOD \nCake LOD               = 25.000"), std::string::npos)
         << text;
-    EXPECT_NE(text.find("Maximum Cake Thickness = 50.000"), std::string::npos) << text;
+    EXPECT_NE(text.find("Maximum Cake Thickness = 15.000          cm\n"), std::string::npos) << text;
     op->m_IsDrynessByLOD = 0;
-    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    text = ReportInDisplayUnits(*op);
     EXPECT_NE(text.find("Cake Porosity          = 0.400"), std::string::npos) << text;
     EXPECT_NE(text.find(" Crystal                       100.000"), std::string::npos) << text;
+    EXPECT_DOUBLE_EQ(op->m_MaxCakeThickness, 0.15);
+}
+
+// Design shows both the time and the flux; rating says whether the time is set and shows the
+// value the user gave.
+TEST_F(ClothFiltrationTest, TheReportsTimeLinesFollowTheModeAndTheTimeSetting) {
+    const std::string timeLine = "Filtration Time        = 4.000           h\n";
+    const std::string fluxLine = "Average Filtrate Flux  = 200.000         L/m2-h\n";
+    ASSERT_TRUE(op->IsDesignMode());
+    std::string text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find(timeLine), std::string::npos) << text;
+    EXPECT_NE(text.find(fluxLine), std::string::npos) << text;
+    EXPECT_EQ(text.find("Filtration Time is"), std::string::npos) << text;
+    proc->SetDesignMode(false);
+    text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find("Filtration Time is Set.\n" + timeLine), std::string::npos) << text;
+    EXPECT_EQ(text.find(fluxLine), std::string::npos) << text;
+    op->SetProcessTimeMode(2);
+    text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find("Filtration Time is Calculated.\n" + fluxLine), std::string::npos) << text;
+    EXPECT_EQ(text.find(timeLine), std::string::npos) << text;
 }
 
 // 5000 + 1700 A with A at least 5 m2; above 80 m2 the area is shared among units.
@@ -349,6 +379,16 @@ TEST_F(CakeWashTest, ARelativeVolumeSetsTheWashFromTheCake) {
     wash->GetStreamsInitiatingBPG(bids);
     ASSERT_EQ(bids.size(), 1u);
     EXPECT_EQ(bids[0], washIn);
+}
+
+TEST_F(CakeWashTest, TheReportShowsTheFluxInDisplayUnits) {
+    wash->SetProcessTimeMode(2);
+    const std::string text = ReportInDisplayUnits(*wash);
+    EXPECT_NE(text.find("Washing Time is Calculated.\nWash Flux        = 200.000         L/m2-h\n"), std::string::npos)
+        << text;
+    wash->SetProcessTimeMode(1);
+    const std::string set = ReportInDisplayUnits(*wash);
+    EXPECT_NE(set.find("Washing Time is Set.\nWashing Time     = 0.500           h\n"), std::string::npos) << set;
 }
 
 TEST_F(CakeWashTest, EmptyCakesWarnAndBadDataIsRefused) {

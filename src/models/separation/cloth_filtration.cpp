@@ -337,14 +337,7 @@ int CTalClothFiltration::WriteIDR_Description(std::FILE* f) {
         const CTalPureComponent* pc = GetPureComponent(static_cast<int>(i));
         std::fprintf(f, " %-15s    %18.3lf\n", pc ? pc->Name().c_str() : "", m_Retention[i] * 100.0);
     }
-    const double process = IsInInternalUnits() ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
-    const double hours = process / 3600.0;
-    std::fprintf(f, IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
-    if (IsProcessTimeSetByUser()) {
-        std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
-    } else {
-        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(m_FiltrateFlux));
-    }
+    WriteFiltrationTimeLines(f, *this, m_FiltrateFlux);
     if (!m_IsDrynessByLOD) {
         std::fprintf(f, "Cake concentration is specifed based on porosity \n");
         std::fprintf(f, "Cake Porosity          = %-15.3lf v/v\n", m_CakePorosity);
@@ -352,7 +345,7 @@ int CTalClothFiltration::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Cake concentration is specifed based on LOD \n");
         std::fprintf(f, "Cake LOD               = %-15.3lf %c\n", m_LOD, '%');
     }
-    std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", m_MaxCakeThickness * 100.0);
+    std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", m_MaxCakeThickness);  // written in display units
     return 1;
 }
 
@@ -582,7 +575,7 @@ int CTalCakeWashOp::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Washing Time     = %-15.3lf h\n", process / 3600.0);
     } else {
         std::fprintf(f, "Washing Time is Calculated.\n");
-        std::fprintf(f, "Wash Flux        = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(m_WashFlux));
+        std::fprintf(f, "Wash Flux        = %-15.3lf L/m2-h\n", m_WashFlux);  // written in display units
     }
     return 1;
 }

@@ -33,6 +33,17 @@ double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, d
     return area;
 }
 
+void WriteFiltrationTimeLines(std::FILE* f, const CTalOperation& op, double fluxShown) {
+    // The time is printed in hours whatever units the operation shows it in.
+    const double process = op.IsInInternalUnits() ? op.ProcessTime() : op.ProcessTimeUnits().Display().ToInternal(op.ProcessTime());
+    const double hours = process / 3600.0;
+    const bool design = op.IsDesignMode();
+    const bool set = op.IsProcessTimeSetByUser();
+    if (!design) std::fprintf(f, set ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
+    if (design || set) std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
+    if (design || !set) std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", fluxShown);
+}
+
 void PowerByArea(CTalOperation& op, double area) {
     if (op.m_PowerMode != 1 || area <= 1e-15) {
         op.m_Power = area * op.m_SpecPower;

@@ -3,6 +3,7 @@
 // cloth filters: A = Wc / (J t). Design finds the area; rating finds the flux when the time is the
 // user's and the time otherwise.
 
+#include <cstdio>
 #include <functional>
 
 #include "unitops/contract/equipment.hpp"
@@ -20,6 +21,11 @@ double VolumePerCycle(const CTalOperation& op, double volFlow);
 //! in design unless `skipSizing`. A sizing failure is reported and clears `ok`.
 double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, double& flux, const AreaSizer& size,
                          int skipSizing, int& ok);
+
+//! The report's time lines of a filtration, the object being in display units: in rating whether
+//! the time is set or calculated, then the time when it is given and the flux when it is not; in
+//! design both values.
+void WriteFiltrationTimeLines(std::FILE* f, const CTalOperation& op, double fluxShown);
 
 //! Power from the specific power per m2, or, with the power given, the specific power from it.
 void PowerByArea(CTalOperation& op, double area);
