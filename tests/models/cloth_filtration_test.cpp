@@ -145,6 +145,40 @@ TEST_F(ClothFiltrationTest, AFeedWithNothingRetainedIsAllFiltrate) {
     ExpectClosure();
 }
 
+// With nothing retained the cake holds no liquid whatever the dryness: an LOD of 100 % or a
+// porosity of 1 still send the whole feed to the filtrate.
+TEST_F(ClothFiltrationTest, NothingRetainedIsAllFiltrateEvenAtAnEndlessDryness) {
+    op->m_Retention = {0.0, 0.0, 0.0};
+    op->m_LOD = 100.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(13056));
+    EXPECT_FALSE(HasMessage(13057));
+    EXPECT_EQ(after->MassFlow(), 0.0);
+    ExpectClosure();
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 1.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(13056));
+    EXPECT_FALSE(HasMessage(13057));
+    ExpectClosure();
+}
+
+// Half of 3 kg/s of crystals (1e-3 m3/s) at porosity 0.4 would hold 6.67e-4 m3/s of liquid, but the
+// feed brings only 1e-4: the cake cannot get its liquid, so the feed is too concentrated and stays
+// whole as cake rather than the filter making liquid.
+TEST_F(ClothFiltrationTest, ACakeNeedingMoreLiquidThanTheFeedFreesIsTooConcentrated) {
+    SetFeed(0.1, 3.0, 0.0);
+    op->m_Retention = {0.0, 0.5, 0.0};
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 0.4;
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(13057));
+    EXPECT_NEAR(after->ComponentFlow(0), 0.1, 1e-15);
+    EXPECT_NEAR(after->ComponentFlow(1), 3.0, 1e-15);
+    EXPECT_EQ(Filtrate().MassFlow(), 0.0);
+    ExpectClosure();
+}
+
 // An LOD of 100 % or a porosity of 1 make an infinite cake: the feed is refused as too concentrated.
 TEST_F(ClothFiltrationTest, AnEndlessCakeEndsAsOverConcentratedWithoutNaN) {
     op->m_LOD = 100.0;

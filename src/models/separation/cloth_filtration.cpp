@@ -233,6 +233,7 @@ CTalClothFiltration::Cake CTalClothFiltration::CakeOf(const CTalSModel& s) const
         if (rho > 0.0) volume += m / rho;
     }
     Cake cake;
+    if (mass <= 1e-15) return cake;  // nothing retained: no cake, whatever the dryness
     if (!m_IsDrynessByLOD) {
         cake.volume = volume / (1.0 - m_CakePorosity);
         cake.liquid = cake.volume - volume;
@@ -293,15 +294,16 @@ int CTalClothFiltration::Solve(CTalStateStream* before, CTalStateStream* after, 
 
     const Cake cake = CakeOf(*after);
     const double Vt = after->NonGaseousVolFlow();
-    if (!std::isfinite(cake.volume) || cake.volume > Vt - 1e-15) {
-        // Too concentrated: everything stays as cake and nothing is sized.
-        after->Mix(*after, vapour);
-        return AbnormalSimEnding(kMsgOverConcentrated, 0, 1);
-    }
     double Vs = 0.0;  // free liquid: the unretained components that are not gases
     for (int i = 0; i < after->NumberOfComponents(); ++i) {
         const double rho = after->ComponentDensity(i);
         if (m_Retention[static_cast<std::size_t>(i)] < 1e-15 && rho > 100.0) Vs += after->ComponentExtraMassFlow(i) / rho;
+    }
+    // Too concentrated: the cake is larger than the feed, or holds more liquid than the feed
+    // leaves free. Everything stays as cake and nothing is sized.
+    if (!std::isfinite(cake.volume) || cake.volume > Vt - 1e-15 || (Vs > 1e-15 && cake.liquid > Vs)) {
+        after->Mix(*after, vapour);
+        return AbnormalSimEnding(kMsgOverConcentrated, 0, 1);
     }
     CTalStream* filtrateOut = OutStream(m_FiltrateOutPort);
     double filtrateVolume = 0.0;
