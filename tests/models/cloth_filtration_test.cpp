@@ -415,6 +415,75 @@ TEST_F(CakeWashTest, ARelativeVolumeSetsTheWashFromTheCake) {
     EXPECT_EQ(bids[0], washIn);
 }
 
+// The cake fills 1e-4 + 2e-4 + 1e-6 m3/s, so one volume of it is bid as 0.301 kg/s of the wash
+// liquid; that is three times the liquor (1.01e-4 m3/s), so displacement takes all of it and as
+// much wash (0.101 kg/s) stays in its place. WashRate = rho x WashVolume / time.
+TEST_F(CakeWashTest, ARelativeVolumeBidsTheCakesVolumeAndWashesWithIt) {
+    wash->m_IsRelativeVolumeSet = 1;
+    wash->m_RelativeWashVolume = 1.0;
+    const auto expectWashOfOneCakeVolume = [&] {
+        EXPECT_NEAR(washIn->BPGFlowBid(), 0.301, 1e-12);
+        EXPECT_EQ(washIn->BPGBidder(), wash);
+        EXPECT_NEAR(WashOut().ComponentFlow(0), 0.1 + 0.301 - 0.101, 1e-12);
+        EXPECT_NEAR(WashOut().ComponentFlow(2), 0.002, 1e-14);
+        EXPECT_NEAR(after->ComponentFlow(0), 0.101, 1e-12);
+        EXPECT_NEAR(after->ComponentFlow(2), 0.0, 1e-15);
+        const double volume = 3.01e-4 * doc->PlantBatchTime() / wash->NumberOfCycles();
+        EXPECT_NEAR(wash->m_WashVolume, volume, 1e-12 * volume);
+        EXPECT_NEAR(wash->m_WashRate, 1000.0 * volume / 1800.0, 1e-9 * volume);
+    };
+    ASSERT_EQ(Solve(), 1);
+    expectWashOfOneCakeVolume();
+    // An empty wash stream that keeps its composition is bid the same mass.
+    washIn->SetMassFlow(0.0);
+    ASSERT_EQ(Solve(), 1);
+    expectWashOfOneCakeVolume();
+    // Without any composition there is nothing to wash with: said, not a silent zero.
+    washIn->Zero(true, true);
+    EXPECT_EQ(Solve(), 0);
+    bool said = false;
+    for (const SimMessage& m : wash->Messages()) said |= m.text == "The composition of the wash stream has not been specified.";
+    EXPECT_TRUE(said);
+    EXPECT_TRUE(after->IsFinite());
+    EXPECT_NEAR(after->ComponentFlow(0), 0.1, 1e-15);
+}
+
+// Rating on 2 m2: with the time given (1800 s) the flux is Wc / (A t); with the flux given the
+// time is Wc / (A J). Wc is the wash's 5.05e-5 m3/s over one cycle.
+TEST_F(CakeWashTest, RatingFindsTheFluxOrTheTimeFromTheArea) {
+    proc->SetDesignMode(false);
+    auto& filter = dynamic_cast<CTalClothFilter&>(*proc->Equipment());
+    filter.m_FilterArea = 2.0;
+    filter.m_NumberOfUnits = 1;
+    const double Wc = 5.05e-5 * doc->PlantBatchTime() / wash->NumberOfCycles();
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(wash->m_WashFlux, Wc / (2.0 * 1800.0), 1e-9 * Wc / 3600.0);
+    wash->SetProcessTimeMode(2);
+    wash->m_WashFlux = 1e-5;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(wash->m_ProcessTime, Wc / (2.0 * 1e-5), 1e-9 * Wc / 2e-5);
+    EXPECT_NEAR(wash->m_WashRate, 1000.0 * 5.05e-5 * doc->PlantBatchTime() / wash->NumberOfCycles() / wash->m_ProcessTime,
+                1e-12);
+}
+
+// On a filter of no area neither the flux nor the time can be found.
+TEST_F(CakeWashTest, AZeroAreaIsReportedForTheFluxAndForTheTime) {
+    proc->SetDesignMode(false);
+    dynamic_cast<CTalClothFilter&>(*proc->Equipment()).m_FilterArea = 0.0;
+    const auto says = [&](const std::string& text) {
+        for (const SimMessage& m : wash->Messages()) {
+            if (m.text == text) return true;
+        }
+        return false;
+    };
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(says("The 'Cake Wash' flux cannot be calculatedbecause the filter area is zero."));
+    wash->SetProcessTimeMode(2);
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(says("The 'Cake Wash' time cannot be calculatedbecause the filter area is zero."));
+    EXPECT_TRUE(after->IsFinite());
+}
+
 TEST_F(CakeWashTest, TheReportShowsTheFluxInDisplayUnits) {
     wash->SetProcessTimeMode(2);
     const std::string text = ReportInDisplayUnits(*wash);

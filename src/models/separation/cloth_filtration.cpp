@@ -516,7 +516,6 @@ int CTalCakeWashOp::Solve(CTalStateStream* before, CTalStateStream* after, int s
     const double liquor = after->SolventVolFlow(r.data(), 1e-15);
     const double cakeVolume = before->NonGaseousVolFlow() * T;
     const int n = std::max(NumberOfCycles(), 1);
-    const double rho = washIn->Density();
     CTalSModel wash(*washIn);
     if (!m_IsRelativeVolumeSet) {
         const double Vw = washIn->NonGaseousVolFlow() * T;
@@ -525,9 +524,12 @@ int CTalCakeWashOp::Solve(CTalStateStream* before, CTalStateStream* after, int s
     } else {
         const double V = cakeVolume * m_RelativeWashVolume;
         m_WashVolume = V / n;
-        wash.SetMassFlow(V * rho / T);
-        washIn->SetBPGFlowBid(this, V * rho / T, 0);
+        if (!BidVolumeOnStream(*this, washIn, wash, V / T)) {
+            SetSimMsg("The composition of the wash stream has not been specified.");
+            ok = 0;
+        }
     }
+    const double rho = wash.Density();  // of the stream, or of what is bid on it
     const double Qw = wash.NonGaseousVolFlow();
     double d = 0.0;
     if (liquor > 1e-15) d = std::min(m_WashType == 0 ? Qw / (liquor + Qw) : Qw / liquor, 1.0);

@@ -44,6 +44,18 @@ void WriteFiltrationTimeLines(std::FILE* f, const CTalOperation& op, double flux
     if (design || !set) std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", fluxShown);
 }
 
+bool BidVolumeOnStream(const CTalOperation& op, CTalStream* stream, CTalSModel& copy, double volFlow) {
+    copy.Zero(true, true);
+    if (stream) stream->CopyDataInto(copy, 1);
+    copy.SetMassFlow(1.0);  // an empty stream shows the density of its remembered composition
+    const double density = copy.Density();
+    const double rho = density >= 1e-15 ? density : 1000.0;
+    const double bid = std::max(volFlow, 0.0) * rho;
+    copy.SetMassFlow(bid);
+    if (stream) stream->SetBPGFlowBid(&op, bid, 0);
+    return !(bid > 1e-15 && copy.MassFlow() <= 1e-15);
+}
+
 void PowerByArea(CTalOperation& op, double area) {
     if (op.m_PowerMode != 1 || area <= 1e-15) {
         op.m_Power = area * op.m_SpecPower;

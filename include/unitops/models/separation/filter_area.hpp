@@ -27,6 +27,12 @@ double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, d
 //! design both values.
 void WriteFiltrationTimeLines(std::FILE* f, const CTalOperation& op, double fluxShown);
 
+//! Fills `copy` with the composition of `stream` at `volFlow` m3/s and bids that mass on the
+//! stream for `op`. The stream may be empty: its remembered composition gives the density, and
+//! 1000 kg/m3 is taken when it has none. Answers false when a volume is wanted but the stream has
+//! no composition to give it, so that `copy` stays empty.
+bool BidVolumeOnStream(const CTalOperation& op, CTalStream* stream, CTalSModel& copy, double volFlow);
+
 //! Power from the specific power per m2, or, with the power given, the specific power from it.
 void PowerByArea(CTalOperation& op, double area);
 
