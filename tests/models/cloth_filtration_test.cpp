@@ -145,6 +145,40 @@ TEST_F(ClothFiltrationTest, AFeedWithNothingRetainedIsAllFiltrate) {
     ExpectClosure();
 }
 
+// With nothing retained the cake holds no liquid whatever the dryness: an LOD of 100 % or a
+// porosity of 1 still send the whole feed to the filtrate.
+TEST_F(ClothFiltrationTest, NothingRetainedIsAllFiltrateEvenAtAnEndlessDryness) {
+    op->m_Retention = {0.0, 0.0, 0.0};
+    op->m_LOD = 100.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(13056));
+    EXPECT_FALSE(HasMessage(13057));
+    EXPECT_EQ(after->MassFlow(), 0.0);
+    ExpectClosure();
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 1.0;
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(13056));
+    EXPECT_FALSE(HasMessage(13057));
+    ExpectClosure();
+}
+
+// Half of 3 kg/s of crystals (1e-3 m3/s) at porosity 0.4 would hold 6.67e-4 m3/s of liquid, but the
+// feed brings only 1e-4: the cake cannot get its liquid, so the feed is too concentrated and stays
+// whole as cake rather than the filter making liquid.
+TEST_F(ClothFiltrationTest, ACakeNeedingMoreLiquidThanTheFeedFreesIsTooConcentrated) {
+    SetFeed(0.1, 3.0, 0.0);
+    op->m_Retention = {0.0, 0.5, 0.0};
+    op->m_IsDrynessByLOD = 0;
+    op->m_CakePorosity = 0.4;
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(13057));
+    EXPECT_NEAR(after->ComponentFlow(0), 0.1, 1e-15);
+    EXPECT_NEAR(after->ComponentFlow(1), 3.0, 1e-15);
+    EXPECT_EQ(Filtrate().MassFlow(), 0.0);
+    ExpectClosure();
+}
+
 // An LOD of 100 % or a porosity of 1 make an infinite cake: the feed is refused as too concentrated.
 TEST_F(ClothFiltrationTest, AnEndlessCakeEndsAsOverConcentratedWithoutNaN) {
     op->m_LOD = 100.0;
@@ -179,23 +213,46 @@ TEST_F(ClothFiltrationTest, ChecksRefuseBadData) {
     EXPECT_EQ(test::FirstRefusal(*op), "Average Filtrate Flux 1600");
 }
 
-TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasis) {
+// Reports are written in display units, as the command line writes them.
+std::string ReportInDisplayUnits(CTalOperation& op) {
+    op.ConvertToDisplayUnits();
+    const std::string text = test::Capture([&](std::FILE* f) { op.WriteIDR_Description(f); });
+    op.ConvertToInternalUnits();
+    return text;
+}
+
+TEST_F(ClothFiltrationTest, TheReportStatesTheCakeBasisInDisplayUnits) {
     op->m_LOD = 25.0;
-    std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    op->m_MaxCakeThickness = 0.15;
+    std::string text = ReportInDisplayUnits(*op);
     EXPECT_NE(text.find("Cake concentration is specifed based on LOD \nCake LOD               = 25.000"), std::string::npos)
         << text;
-    EXPECT_NE(text.find("Maximum Cake Thickness = 50.000"), std::string::npos) << text;
+    EXPECT_NE(text.find("Maximum Cake Thickness = 15.000          cm\n"), std::string::npos) << text;
     op->m_IsDrynessByLOD = 0;
-    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    text = ReportInDisplayUnits(*op);
     EXPECT_NE(text.find("Cake Porosity          = 0.400"), std::string::npos) << text;
     EXPECT_NE(text.find(" Crystal                       100.000"), std::string::npos) << text;
-    // Reports are written in display units: the values are not converted twice.
+    EXPECT_DOUBLE_EQ(op->m_MaxCakeThickness, 0.15);
+}
+
+// Design shows both the time and the flux; rating says whether the time is set and shows the
+// value the user gave.
+TEST_F(ClothFiltrationTest, TheReportsTimeLinesFollowTheModeAndTheTimeSetting) {
+    const std::string timeLine = "Filtration Time        = 4.000           h\n";
+    const std::string fluxLine = "Average Filtrate Flux  = 200.000         L/m2-h\n";
+    ASSERT_TRUE(op->IsDesignMode());
+    std::string text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find(timeLine), std::string::npos) << text;
+    EXPECT_NE(text.find(fluxLine), std::string::npos) << text;
+    EXPECT_EQ(text.find("Filtration Time is"), std::string::npos) << text;
+    proc->SetDesignMode(false);
+    text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find("Filtration Time is Set.\n" + timeLine), std::string::npos) << text;
+    EXPECT_EQ(text.find(fluxLine), std::string::npos) << text;
     op->SetProcessTimeMode(2);
-    op->ConvertToDisplayUnits();
-    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
-    op->ConvertToInternalUnits();
-    EXPECT_NE(text.find("Maximum Cake Thickness = 50.000"), std::string::npos) << text;
-    EXPECT_NE(text.find("Average Filtrate Flux  = 200.000"), std::string::npos) << text;
+    text = ReportInDisplayUnits(*op);
+    EXPECT_NE(text.find("Filtration Time is Calculated.\n" + fluxLine), std::string::npos) << text;
+    EXPECT_EQ(text.find(timeLine), std::string::npos) << text;
 }
 
 // 5000 + 1700 A with A at least 5 m2; above 80 m2 the area is shared among units.
@@ -356,6 +413,85 @@ TEST_F(CakeWashTest, ARelativeVolumeSetsTheWashFromTheCake) {
     wash->GetStreamsInitiatingBPG(bids);
     ASSERT_EQ(bids.size(), 1u);
     EXPECT_EQ(bids[0], washIn);
+}
+
+// The cake fills 1e-4 + 2e-4 + 1e-6 m3/s, so one volume of it is bid as 0.301 kg/s of the wash
+// liquid; that is three times the liquor (1.01e-4 m3/s), so displacement takes all of it and as
+// much wash (0.101 kg/s) stays in its place. WashRate = rho x WashVolume / time.
+TEST_F(CakeWashTest, ARelativeVolumeBidsTheCakesVolumeAndWashesWithIt) {
+    wash->m_IsRelativeVolumeSet = 1;
+    wash->m_RelativeWashVolume = 1.0;
+    const auto expectWashOfOneCakeVolume = [&] {
+        EXPECT_NEAR(washIn->BPGFlowBid(), 0.301, 1e-12);
+        EXPECT_EQ(washIn->BPGBidder(), wash);
+        EXPECT_NEAR(WashOut().ComponentFlow(0), 0.1 + 0.301 - 0.101, 1e-12);
+        EXPECT_NEAR(WashOut().ComponentFlow(2), 0.002, 1e-14);
+        EXPECT_NEAR(after->ComponentFlow(0), 0.101, 1e-12);
+        EXPECT_NEAR(after->ComponentFlow(2), 0.0, 1e-15);
+        const double volume = 3.01e-4 * doc->PlantBatchTime() / wash->NumberOfCycles();
+        EXPECT_NEAR(wash->m_WashVolume, volume, 1e-12 * volume);
+        EXPECT_NEAR(wash->m_WashRate, 1000.0 * volume / 1800.0, 1e-9 * volume);
+    };
+    ASSERT_EQ(Solve(), 1);
+    expectWashOfOneCakeVolume();
+    // An empty wash stream that keeps its composition is bid the same mass.
+    washIn->SetMassFlow(0.0);
+    ASSERT_EQ(Solve(), 1);
+    expectWashOfOneCakeVolume();
+    // Without any composition there is nothing to wash with: said, not a silent zero.
+    washIn->Zero(true, true);
+    EXPECT_EQ(Solve(), 0);
+    bool said = false;
+    for (const SimMessage& m : wash->Messages()) said |= m.text == "The composition of the wash stream has not been specified.";
+    EXPECT_TRUE(said);
+    EXPECT_TRUE(after->IsFinite());
+    EXPECT_NEAR(after->ComponentFlow(0), 0.1, 1e-15);
+}
+
+// Rating on 2 m2: with the time given (1800 s) the flux is Wc / (A t); with the flux given the
+// time is Wc / (A J). Wc is the wash's 5.05e-5 m3/s over one cycle.
+TEST_F(CakeWashTest, RatingFindsTheFluxOrTheTimeFromTheArea) {
+    proc->SetDesignMode(false);
+    auto& filter = dynamic_cast<CTalClothFilter&>(*proc->Equipment());
+    filter.m_FilterArea = 2.0;
+    filter.m_NumberOfUnits = 1;
+    const double Wc = 5.05e-5 * doc->PlantBatchTime() / wash->NumberOfCycles();
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(wash->m_WashFlux, Wc / (2.0 * 1800.0), 1e-9 * Wc / 3600.0);
+    wash->SetProcessTimeMode(2);
+    wash->m_WashFlux = 1e-5;
+    ASSERT_EQ(Solve(), 1);
+    EXPECT_NEAR(wash->m_ProcessTime, Wc / (2.0 * 1e-5), 1e-9 * Wc / 2e-5);
+    EXPECT_NEAR(wash->m_WashRate, 1000.0 * 5.05e-5 * doc->PlantBatchTime() / wash->NumberOfCycles() / wash->m_ProcessTime,
+                1e-12);
+}
+
+// On a filter of no area neither the flux nor the time can be found.
+TEST_F(CakeWashTest, AZeroAreaIsReportedForTheFluxAndForTheTime) {
+    proc->SetDesignMode(false);
+    dynamic_cast<CTalClothFilter&>(*proc->Equipment()).m_FilterArea = 0.0;
+    const auto says = [&](const std::string& text) {
+        for (const SimMessage& m : wash->Messages()) {
+            if (m.text == text) return true;
+        }
+        return false;
+    };
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(says("The 'Cake Wash' flux cannot be calculatedbecause the filter area is zero."));
+    wash->SetProcessTimeMode(2);
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(says("The 'Cake Wash' time cannot be calculatedbecause the filter area is zero."));
+    EXPECT_TRUE(after->IsFinite());
+}
+
+TEST_F(CakeWashTest, TheReportShowsTheFluxInDisplayUnits) {
+    wash->SetProcessTimeMode(2);
+    const std::string text = ReportInDisplayUnits(*wash);
+    EXPECT_NE(text.find("Washing Time is Calculated.\nWash Flux        = 200.000         L/m2-h\n"), std::string::npos)
+        << text;
+    wash->SetProcessTimeMode(1);
+    const std::string set = ReportInDisplayUnits(*wash);
+    EXPECT_NE(set.find("Washing Time is Set.\nWashing Time     = 0.500           h\n"), std::string::npos) << set;
 }
 
 TEST_F(CakeWashTest, EmptyCakesWarnAndBadDataIsRefused) {

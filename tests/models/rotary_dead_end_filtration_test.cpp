@@ -159,6 +159,18 @@ TEST_F(RotaryVacuumTest, LiquidOnlyOverConcentratedAndEmptyFeeds) {
     EXPECT_TRUE(HasMessage(*op, 85));
 }
 
+// Half the crystals retained (1e-4 m3/s) make a cake of 1.667e-4 m3/s, smaller than the feed's
+// 2.55e-4 m3/s, that would hold 6.67e-5 m3/s of liquid where the feed leaves only 5.5e-5 m3/s free:
+// the feed is too concentrated, and splitting it would create liquid.
+TEST_F(RotaryVacuumTest, ACakeShortOfFreeLiquidIsTooConcentrated) {
+    feed->SetComponentFlow(0, 0.05);
+    op->m_Retention = {0.0, 0.5, 0.0, 0.0};
+    EXPECT_EQ(Solve(), -1);
+    EXPECT_TRUE(HasMessage(*op, 13057));
+    EXPECT_DOUBLE_EQ(Cake().MassFlow(), feed->MassFlow());
+    ExpectClosure();
+}
+
 TEST_F(RotaryVacuumTest, ChecksRefuseBadData) {
     EXPECT_EQ(test::FirstRefusal(*op), "accepted");
     op->m_Retention[1] = 1.5;
@@ -299,6 +311,18 @@ TEST_F(DeadEndTest, AnOverConcentratedFeedOnlyWarns) {
     EXPECT_TRUE(HasMessage(*op, 85));
 }
 
+// Half the crystals retained (1e-4 m3/s) at half their volume make 2e-4 m3/s of retentate, less
+// than the feed's 2.55e-4 m3/s, but its 1e-4 m3/s of liquid exceed the 5.5e-5 m3/s left free.
+TEST_F(DeadEndTest, ARetentateShortOfFreeLiquidKeepsTheWholeFeed) {
+    feed->SetComponentFlow(0, 0.05);
+    op->m_IsRetentionCalculated = 0;
+    op->m_Retention = {0.0, 0.5, 0.0, 0.0};
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_TRUE(HasMessage(*op, 90));
+    EXPECT_DOUBLE_EQ(Retentate().MassFlow(), feed->MassFlow());
+    ExpectClosure();
+}
+
 TEST_F(DeadEndTest, ChecksRefuseBadDataInTheirOrder) {
     EXPECT_EQ(test::FirstRefusal(*op), "accepted");
     op->m_Retention = {0.0, -0.1, 0.0, 0.0};
@@ -362,6 +386,10 @@ TEST_F(DeadEndTest, ConsumablesReportAndCostLaw) {
     op->ConvertToInternalUnits();
     EXPECT_NE(shown.find("Filter Pore Size = 0.45"), std::string::npos) << shown;
     EXPECT_NE(shown.find("Filter Repl Time = 24.00"), std::string::npos) << shown;
+    // In design both the time and the flux are shown, without the rating's sentence.
+    EXPECT_NE(shown.find("Filtration Time        = 1.000           h\n"
+                         "Average Filtrate Flux  = 250.000         L/m2-h\n"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("Filtration Time is"), std::string::npos) << shown;
 
     EXPECT_EQ(filter.m_MaterialName, "SS316");
     EXPECT_DOUBLE_EQ(filter.m_MaxFilterArea, 50.0);

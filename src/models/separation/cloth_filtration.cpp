@@ -46,10 +46,10 @@ const MemberTable& CTalClothFiltration::Members() {
         Real("CakeThickness", &C::m_CakeThickness, Quantity::Length, kCentimetre),
         Real("MaxCakeThickness", &C::m_MaxCakeThickness, Quantity::Length, kCentimetre),
         Real("CakePorosity", &C::m_CakePorosity, Quantity::Dimensionless),
-        Word("IsDrynessByLOD", &C::m_IsDrynessByLOD).Choices(0, 1),
+        Int("IsDrynessByLOD", &C::m_IsDrynessByLOD).Choices(0, 1),
         Real("LOD", &C::m_LOD, Quantity::Dimensionless),
         Real("FiltrateFlux", &C::m_FiltrateFlux, Quantity::VolumeFlux, display::kLitrePerM2Hour),
-        Word("FiltrateOutPort", &C::m_FiltrateOutPort),
+        Int("FiltrateOutPort", &C::m_FiltrateOutPort),
     });
     return table;
 }
@@ -58,15 +58,15 @@ const MemberTable& CTalCakeWashOp::Members() {
     using namespace members;
     using C = CTalCakeWashOp;
     static const MemberTable table(CTalOperation::Members(), {
-        Word("IsRelativeVolumeSet", &C::m_IsRelativeVolumeSet).Choices(0, 1),
+        Int("IsRelativeVolumeSet", &C::m_IsRelativeVolumeSet).Choices(0, 1),
         Real("WashVolume", &C::m_WashVolume, Quantity::Volume, display::kLitre),
         Real("RelativeWashVolume", &C::m_RelativeWashVolume, Quantity::Dimensionless),
         Real("WashRate", &C::m_WashRate, Quantity::MassFlow).Result(),
-        Word("WashType", &C::m_WashType).Choices(0, 1),
-        Word("WashInPort", &C::m_WashInPort),
-        Word("WashOutPort", &C::m_WashOutPort),
+        Int("WashType", &C::m_WashType).Choices(0, 1),
+        Int("WashInPort", &C::m_WashInPort),
+        Int("WashOutPort", &C::m_WashOutPort),
         Real("WashFlux", &C::m_WashFlux, Quantity::VolumeFlux, display::kLitrePerM2Hour),
-        // Written per component in turn by Serialize.
+        // Written by Serialize after the table: per component in turn, then the switch.
         RealArray("IsSoluble", &C::m_IsSoluble, Quantity::Dimensionless).Transient().Since(kSolubilitySince, std::vector<double>()),
         RealArray("Solubility", &C::m_Solubility, Quantity::Concentration, display::kGramPerLitre)
             .Transient().Since(kSolubilitySince, std::vector<double>()),
@@ -74,7 +74,7 @@ const MemberTable& CTalCakeWashOp::Members() {
             .Transient().Since(kSolubilitySince, std::vector<double>()),
         RealArray("SolubleLoss", &C::m_SolubleLoss, Quantity::Fraction, display::kPercent)
             .Transient().Since(kSolubilitySince, std::vector<double>()),
-        Word("IsSolubilitySet", &C::m_IsSolubilitySet).Choices(0, 1).Since(kSolubilitySince, 1),
+        Int("IsSolubilitySet", &C::m_IsSolubilitySet).Choices(0, 1).Transient().Since(kSolubilitySince, 1),
     });
     return table;
 }
@@ -253,15 +253,12 @@ int CTalClothFiltration::Solve(CTalStateStream* before, CTalStateStream* after, 
     const double Rb = BiomassRetention(*this, m_Retention);
     const FilterCake cake = CakeOf(*after, m_Retention, Rb, Dryness());
     const double Vt = after->NonGaseousVolFlow();
-    if (!std::isfinite(cake.volume) || cake.volume > Vt - 1e-15) {
-        // Too concentrated: everything stays as cake and nothing is sized.
+    const double Vs = FreeLiquidVolume(*after, m_Retention, 100.0);
+    // Too concentrated: the cake is larger than the feed, or holds more liquid than the feed
+    // leaves free. Everything stays as cake and nothing is sized.
+    if (!std::isfinite(cake.volume) || cake.volume > Vt - 1e-15 || CakeShortOfLiquid(cake, Vs)) {
         after->Mix(*after, vapour);
         return AbnormalSimEnding(kMsgOverConcentrated, 0, 1);
-    }
-    double Vs = 0.0;  // free liquid: the unretained components that are not gases
-    for (int i = 0; i < after->NumberOfComponents(); ++i) {
-        const double rho = after->ComponentDensity(i);
-        if (m_Retention[static_cast<std::size_t>(i)] < 1e-15 && rho > 100.0) Vs += after->ComponentExtraMassFlow(i) / rho;
     }
     CTalStream* filtrateOut = OutStream(m_FiltrateOutPort);
     double filtrateVolume = 0.0;
@@ -293,7 +290,7 @@ int CTalClothFiltration::WriteIDR_Description(std::FILE* f) {
     CTalOperation::WriteIDR_Description(f);
     std::fprintf(f, "**** FILTRATION DATA ****\n");
     WriteRemovalTable(f, *this, m_Retention);
-    WriteFiltrationTime(f, *this, m_FiltrateFlux);
+    WriteFiltrationTimeLines(f, *this, m_FiltrateFlux);
     WriteCakeDryness(f, Dryness());
     const double maxThickness = IsInInternalUnits() ? kCentimetre.ToDisplay(m_MaxCakeThickness) : m_MaxCakeThickness;
     std::fprintf(f, "Maximum Cake Thickness = %-15.3lf cm\n", maxThickness);
@@ -450,7 +447,6 @@ int CTalCakeWashOp::Solve(CTalStateStream* before, CTalStateStream* after, int s
     const double liquor = after->SolventVolFlow(r.data(), 1e-15);
     const double cakeVolume = before->NonGaseousVolFlow() * T;
     const int n = std::max(NumberOfCycles(), 1);
-    const double rho = washIn->Density();
     CTalSModel wash(*washIn);
     if (!m_IsRelativeVolumeSet) {
         const double Vw = washIn->NonGaseousVolFlow() * T;
@@ -459,9 +455,12 @@ int CTalCakeWashOp::Solve(CTalStateStream* before, CTalStateStream* after, int s
     } else {
         const double V = cakeVolume * m_RelativeWashVolume;
         m_WashVolume = V / n;
-        wash.SetMassFlow(V * rho / T);
-        washIn->SetBPGFlowBid(this, V * rho / T, 0);
+        if (!BidVolumeOnStream(*this, washIn, wash, V / T)) {
+            SetSimMsg("The composition of the wash stream has not been specified.");
+            ok = 0;
+        }
     }
+    const double rho = wash.Density();  // of the stream, or of what is bid on it
     const double Qw = wash.NonGaseousVolFlow();
     double d = 0.0;
     if (liquor > 1e-15) d = std::min(m_WashType == 0 ? Qw / (liquor + Qw) : Qw / liquor, 1.0);
@@ -511,7 +510,7 @@ int CTalCakeWashOp::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Washing Time     = %-15.3lf h\n", process / 3600.0);
     } else {
         std::fprintf(f, "Washing Time is Calculated.\n");
-        std::fprintf(f, "Wash Flux        = %-15.3lf L/m2-h\n", display::kLitrePerM2Hour.ToDisplay(m_WashFlux));
+        std::fprintf(f, "Wash Flux        = %-15.3lf L/m2-h\n", m_WashFlux);  // written in display units
     }
     return 1;
 }

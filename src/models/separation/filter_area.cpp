@@ -33,6 +33,30 @@ double FilterAreaOfCycle(CTalOperation& op, const CTalEquipment* e, double Wc, d
     return area;
 }
 
+void WriteFiltrationTimeLines(std::FILE* f, const CTalOperation& op, double flux) {
+    const double fluxShown = op.IsInInternalUnits() ? display::kLitrePerM2Hour.ToDisplay(flux) : flux;
+    // The time is printed in hours whatever units the operation shows it in.
+    const double process = op.IsInInternalUnits() ? op.ProcessTime() : op.ProcessTimeUnits().Display().ToInternal(op.ProcessTime());
+    const double hours = process / 3600.0;
+    const bool design = op.IsDesignMode();
+    const bool set = op.IsProcessTimeSetByUser();
+    if (!design) std::fprintf(f, set ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
+    if (design || set) std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
+    if (design || !set) std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", fluxShown);
+}
+
+bool BidVolumeOnStream(const CTalOperation& op, CTalStream* stream, CTalSModel& copy, double volFlow) {
+    copy.Zero(true, true);
+    if (stream) stream->CopyDataInto(copy, 1);
+    copy.SetMassFlow(1.0);  // an empty stream shows the density of its remembered composition
+    const double density = copy.Density();
+    const double rho = density >= 1e-15 ? density : 1000.0;
+    const double bid = std::max(volFlow, 0.0) * rho;
+    copy.SetMassFlow(bid);
+    if (stream) stream->SetBPGFlowBid(&op, bid, 0);
+    return !(bid > 1e-15 && copy.MassFlow() <= 1e-15);
+}
+
 void PowerByArea(CTalOperation& op, double area) {
     if (op.m_PowerMode != 1 || area <= 1e-15) {
         op.m_Power = area * op.m_SpecPower;
@@ -51,17 +75,6 @@ std::string FiltrationTimeText(const CTalOperation& op, double flux) {
         std::snprintf(buffer, sizeof buffer, "Filter for %.2lf %s", t, op.ProcessTimeUnits().UnitsName().c_str());
     }
     return buffer;
-}
-
-void WriteFiltrationTime(std::FILE* f, const CTalOperation& op, double flux) {
-    const double process = op.IsInInternalUnits() ? op.ProcessTime() : op.ProcessTimeUnits().Display().ToInternal(op.ProcessTime());
-    std::fprintf(f, op.IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
-    if (op.IsProcessTimeSetByUser()) {
-        std::fprintf(f, "Filtration Time        = %-15.3lf h\n", process / 3600.0);
-    } else {
-        std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n",
-                     op.IsInInternalUnits() ? display::kLitrePerM2Hour.ToDisplay(flux) : flux);
-    }
 }
 
 }  // namespace unitops

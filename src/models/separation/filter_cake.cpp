@@ -18,6 +18,7 @@ FilterCake CakeOf(const CTalSModel& s, const std::vector<double>& retention, dou
         if (rho > 0.0) volume += m / rho;
     }
     FilterCake cake;
+    if (mass <= 1e-15) return cake;  // nothing retained: no cake, whatever the dryness
     if (!dryness.byLOD) {
         cake.volume = volume / (1.0 - dryness.porosity);
         cake.liquid = cake.volume - volume;
@@ -29,6 +30,19 @@ FilterCake CakeOf(const CTalSModel& s, const std::vector<double>& retention, dou
     }
     return cake;
 }
+
+// The volume (m3/s) of the extracellular flow of the components that nothing retains, counting
+// only those denser than `minDensity`.
+double FreeLiquidVolume(const CTalSModel& s, const std::vector<double>& retention, double minDensity) {
+    double V = 0.0;
+    for (int i = 0; i < s.NumberOfComponents(); ++i) {
+        const double rho = s.ComponentDensity(i);
+        if (retention[static_cast<std::size_t>(i)] < 1e-15 && rho > minDensity) V += s.ComponentExtraMassFlow(i) / rho;
+    }
+    return V;
+}
+
+bool CakeShortOfLiquid(const FilterCake& cake, double freeLiquid) { return freeLiquid > 1e-15 && cake.liquid > freeLiquid; }
 
 void SetCake(const CTalSModel& s, CTalSModel& cake, const std::vector<double>& retention, double Rb, double k) {
     for (int i = 0; i < s.NumberOfComponents(); ++i) {

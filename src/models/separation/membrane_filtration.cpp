@@ -536,15 +536,9 @@ void CTalMembraneFiltration::WriteMembraneData(std::FILE* f, bool exitTempSenten
         std::fprintf(f, "Membr Repl Cycles = %-15.2lf\n", m_ReplacementCycles);
     }
     // The times are printed in hours whatever units the operation shows them in.
-    const bool internal = IsInInternalUnits() != 0;
-    const double setup = internal ? SetupTime() : SetupTimeUnits().Display().ToInternal(SetupTime());
-    const double process = internal ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
+    const double setup = IsInInternalUnits() ? SetupTime() : SetupTimeUnits().Display().ToInternal(SetupTime());
     std::fprintf(f, "Setup Time        = %-15.3lf h\n", setup / 3600.0);
-    const double hours = process / 3600.0;
-    const bool design = IsDesignMode();
-    if (!design) std::fprintf(f, IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
-    if (design || IsProcessTimeSetByUser()) std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
-    if (design || !IsProcessTimeSetByUser()) std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", m_FiltrateFlux);
+    WriteFiltrationTimeLines(f, *this, m_FiltrateFlux);
 }
 
 int CTalMembraneFiltration::WriteIDR_Description(std::FILE* f) {

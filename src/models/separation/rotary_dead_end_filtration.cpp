@@ -23,17 +23,6 @@ const char* const kAreaTooSmall =
     "Please use a larger filter and/or a higher number of equipment\n."
     "units operating in parallel..";
 
-//! The volume (m3/s) of the extracellular flow of the components that nothing retains, counting
-//! only those denser than `minDensity`.
-double FreeLiquidVolume(const CTalSModel& s, const std::vector<double>& retention, double minDensity) {
-    double V = 0.0;
-    for (int i = 0; i < s.NumberOfComponents(); ++i) {
-        const double rho = s.ComponentDensity(i);
-        if (retention[static_cast<std::size_t>(i)] < 1e-15 && rho > minDensity) V += s.ComponentExtraMassFlow(i) / rho;
-    }
-    return V;
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------- members
@@ -222,10 +211,10 @@ int CTalRotaryVacuumFiltration::Solve(CTalStateStream*, CTalStateStream* after, 
     const double Rb = BiomassRetention(*this, m_Retention);
     const FilterCake formed = CakeOf(*feed, m_Retention, Rb, Dryness());
     const double Vt = feed->NonGaseousVolFlow();
-    if (!(formed.volume <= Vt - 1e-15)) return passThrough(kMsgOverConcentrated);
+    const double Vs = FreeLiquidVolume(*feed, m_Retention, 0.0);
+    if (!(formed.volume <= Vt - 1e-15) || CakeShortOfLiquid(formed, Vs)) return passThrough(kMsgOverConcentrated);
 
     int ok = 1;
-    const double Vs = FreeLiquidVolume(*feed, m_Retention, 0.0);
     if (std::abs(Vs / Vt - 1.0) < 1e-15) {
         // Nothing is retained: feed and wash leave as filtrate.
         filtrate->Mix(*feed, *wash);
@@ -410,13 +399,13 @@ int CTalDeadEndFiltration::Solve(CTalStateStream*, CTalStateStream* after, int s
     // No solids make no retentate, whatever its concentration.
     const double Vr = solids > 0.0 ? solids / m_ParticleConcInRetentate : 0.0;
     const double Vt = feed->NonGaseousVolFlow();
-    if (!(Vr <= Vt - 1e-15)) {
+    const double Vs = FreeLiquidVolume(*feed, m_Retention, 500.0);
+    if (!(Vr <= Vt - 1e-15) || CakeShortOfLiquid({Vr, Vr - solids}, Vs)) {
         // Too concentrated to filter: all of the feed is retentate and nothing is sized.
         feed->CopyDataInto(*retentate, 1);
         SetSimMsg(kHostRetentateIsFeed, 0);
         return NormalSimEnding(0);
     }
-    const double Vs = FreeLiquidVolume(*feed, m_Retention, 500.0);
     if (std::abs(Vs / Vt - 1.0) < 1e-15) {
         feed->CopyDataInto(*permeate, 1);
         retentate->Zero(false, true);
@@ -441,7 +430,7 @@ int CTalDeadEndFiltration::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "Solds Frac in Ret= %-15.2lf\n", m_ParticleConcInRetentate);
     WriteRemovalTable(f, *this, m_Retention);
     std::fprintf(f, "**** FILTRATION DATA ****\n");
-    WriteFiltrationTime(f, *this, m_FiltrateFlux);
+    WriteFiltrationTimeLines(f, *this, m_FiltrateFlux);
     if (m_IsReplacementByCycles) {
         std::fprintf(f, "Filter Repl Cycles = %-15.2lf\n", m_ReplacementCycles);
     } else {

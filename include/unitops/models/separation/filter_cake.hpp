@@ -31,6 +31,14 @@ double BiomassRetention(const CTalOperation& op, const std::vector<double>& rete
 //! component's own retention.
 FilterCake CakeOf(const CTalSModel& s, const std::vector<double>& retention, double Rb, const CakeDryness& dryness);
 
+//! The volume (m3/s) of the extracellular flow of the components that nothing retains, counting
+//! only those denser than `minDensity`: the free liquid the cake can take its liquid from.
+double FreeLiquidVolume(const CTalSModel& s, const std::vector<double>& retention, double minDensity);
+
+//! True when the cake holds more liquid than the feed leaves free: the feed cannot give the cake
+//! its liquid, so it is too concentrated to filter (and a split would create mass).
+bool CakeShortOfLiquid(const FilterCake& cake, double freeLiquid);
+
 //! Sets on `cake` the retained solids of `s` and the share `k` of each unretained component's
 //! extracellular flow; the cake holds no vapour.
 void SetCake(const CTalSModel& s, CTalSModel& cake, const std::vector<double>& retention, double Rb, double k);
