@@ -8,6 +8,7 @@
 #include <string>
 
 #include "schedule_fixtures.hpp"
+#include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/errors.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
@@ -171,15 +172,6 @@ TEST(BatchSchedule, HoursAndMinutesRoundToTheMinute) {
 
 // ---------------------------------------------------------------- relations that cannot hold
 
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "bad.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "loaded";
-}
-
 TEST(StartRelations, ACircleIsRefusedNamingItsOperations) {
     // The charge of P-1 waits for P-2's reaction, which waits (through the transfer in) for the
     // transfer out of P-1, which follows the charge.
@@ -193,18 +185,18 @@ TEST(StartRelations, ACircleIsRefusedNamingItsOperations) {
 TEST(StartRelations, AMasterInAProcedureThatDoesNotExistIsRefused) {
     const std::string e =
         LoadError(TwoVesselRecipe("0 min", "", R"(, "MasterOperation": {"procedure": "P-9", "operation": "REACT"})"));
-    EXPECT_EQ(e, "bad.json: procedures[0].operations[0].MasterOperation.procedure: unknown procedure 'P-9'");
+    EXPECT_EQ(e, "test.json: procedures[0].operations[0].MasterOperation.procedure: unknown procedure 'P-9'");
 }
 
 TEST(StartRelations, NamesThatDoNotExistAreRefusedWithTheirPlace) {
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"after": "MIX", "procedure": "P-2"})")),
-              "bad.json: procedures[0].operations[0].start.after: procedure 'P-2' has no operation 'MIX'");
+              "test.json: procedures[0].operations[0].start.after: procedure 'P-2' has no operation 'MIX'");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "REACT", "procedure": "P-7"})")),
-              "bad.json: procedures[0].operations[0].start.procedure: unknown procedure 'P-7'");
+              "test.json: procedures[0].operations[0].start.procedure: unknown procedure 'P-7'");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "CHARGE-1"})")),
-              "bad.json: procedures[0].operations[0].start.with: an operation cannot start with or after itself");
+              "test.json: procedures[0].operations[0].start.with: an operation cannot start with or after itself");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "A", "after": "B"})")),
-              "bad.json: procedures[0].operations[0].start: give one of \"with\" (start together) and \"after\" (start after it ends)");
+              "test.json: procedures[0].operations[0].start: give one of \"with\" (start together) and \"after\" (start after it ends)");
 }
 
 TEST(StartRelations, ANegativeShiftBeforeTimeZeroIsRefused) {
