@@ -157,5 +157,29 @@ TEST_F(CakeWashVersions, TheWriterLaysOutTheSameBytes) {
     }
 }
 
+// The filtration's own part ends with the cake porosity, the dryness switch (4 bytes), the loss on
+// drying, the flux and the filtrate port (4 bytes): read back from the tail of the file.
+TEST(ClothFiltrationLayout, TheOwnPartEndsWithItsScalarsAtTheirSizes) {
+    auto doc = test::MakeDoc({"Water", "Glucose"});
+    CTalProcedure* proc = &test::AddProcedure(*doc, "P-1", 0xA037, false);
+    const auto op = CTalOperation::Create<CTalClothFiltration>(proc);
+    op->m_CakePorosity = 0.35;
+    op->m_IsDrynessByLOD = 0;
+    op->m_LOD = 22.0;
+    op->m_FiltrateFlux = 1.25e-4;
+    op->m_FiltrateOutPort = 7;
+    const std::vector<std::uint8_t> bytes = test::WriteAsVersion(*op, 6.0, *proc);
+    ASSERT_GT(bytes.size(), 32u);
+    const auto at = [&](std::size_t fromEnd, auto value) {
+        std::memcpy(&value, bytes.data() + bytes.size() - fromEnd, sizeof value);
+        return value;
+    };
+    EXPECT_EQ(at(4, std::int32_t{}), 7);
+    EXPECT_EQ(at(12, double{}), 1.25e-4);
+    EXPECT_EQ(at(20, double{}), 22.0);
+    EXPECT_EQ(at(24, std::int32_t{}), 0);
+    EXPECT_EQ(at(32, double{}), 0.35);
+}
+
 }  // namespace
 }  // namespace unitops
