@@ -159,8 +159,8 @@ bool CTalDesignSpec::SameOutputAs(const CTalDesignSpec& other) const {
 }
 
 bool CTalDesignSpec::PrepareForConvergence(std::string& error) {
-    m_Iterations = 0;
     m_IsConverged = 0;
+    m_FeedFractions.clear();
     if (!m_IsControlledVarStreamFlow || !m_IsManipulatedVarStreamFlow) {
         error = "controls no variable that the host can adjust";
     } else if (!ManipulatedStream()) {
@@ -168,7 +168,24 @@ bool CTalDesignSpec::PrepareForConvergence(std::string& error) {
     } else if (!ControlledStream()) {
         error = "has no stream to control";
     }
+    if (error.empty()) KeepFeedComposition();
     return error.empty();
+}
+
+// The composition is kept apart from the flow so that a feed a step has brought to zero can be
+// raised again with the same composition.
+void CTalDesignSpec::KeepFeedComposition() {
+    const CTalStream* s = ManipulatedStream();
+    const double total = s->MassFlow();
+    if (total <= 1e-300) return;
+    m_FeedFractions.resize(static_cast<std::size_t>(s->NumberOfComponents()));
+    for (int i = 0; i < s->NumberOfComponents(); ++i) m_FeedFractions[static_cast<std::size_t>(i)] = s->ComponentFlow(i) / total;
+}
+
+// The report counts the steps of the whole run, over every sweep of the flowsheet.
+void CTalDesignSpec::PrepareForSimulation() {
+    CTalOperation::PrepareForSimulation();
+    m_Iterations = 0;
 }
 
 void CTalDesignSpec::Cleanup() { m_ControlledValue = GetControlledVariableValue(); }
@@ -177,10 +194,10 @@ void CTalDesignSpec::Cleanup() { m_ControlledValue = GetControlledVariableValue(
 void CTalDesignSpec::SetManipulatedVariableValue(double value) {
     CTalStream* s = ManipulatedStream();
     if (!s) return;
-    const double now = s->MassFlow();
-    if (now <= 1e-300) return;
-    const double factor = std::max(value, 0.0) / now;
-    for (int i = 0; i < s->NumberOfComponents(); ++i) s->SetComponentFlow(i, s->ComponentFlow(i) * factor);
+    if (m_FeedFractions.size() != static_cast<std::size_t>(s->NumberOfComponents())) KeepFeedComposition();
+    if (m_FeedFractions.size() != static_cast<std::size_t>(s->NumberOfComponents())) return;  // no flow ever seen: no composition
+    const double flow = std::max(value, 0.0);
+    for (int i = 0; i < s->NumberOfComponents(); ++i) s->SetComponentFlow(i, m_FeedFractions[static_cast<std::size_t>(i)] * flow);
 }
 
 double CTalDesignSpec::GetManipulatedVariableValue() const {
@@ -260,10 +277,11 @@ bool DesignSpecConvergence::Run(const std::function<bool()>& evaluate, std::vect
         }
         bool stepped = false;
         for (State& s : states) {
-            if (all || s.done || s.spec->m_Iterations >= s.spec->m_MaxIterations) continue;
+            if (all || s.done || s.steps >= s.spec->m_MaxIterations) continue;
             const double next = NextValue(s);
             if (s.stuck) continue;
             s.spec->SetManipulatedVariableValue(next);
+            ++s.steps;
             ++s.spec->m_Iterations;
             stepped = true;
         }

@@ -324,6 +324,11 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
     ValidationSink ownSink(doc_.questionPolicy);
     ValidationSink& checks = sink ? *sink : ownSink;
     const std::size_t issuesBefore = checks.Issues().size();
+    // Each run starts from the feeds as the flowsheet gives them, whatever the last run (a design
+    // specification, for one) left in them: the checks see those feeds too.
+    for (const auto& s : doc_.Streams()) {
+        if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->RestoreDefinition();
+    }
     if (!Check(checks, result.errors)) {
         result.invalidData.assign(checks.Issues().begin() + static_cast<std::ptrdiff_t>(issuesBefore), checks.Issues().end());
         return result;
@@ -331,9 +336,6 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
     result.checksPassed = true;
     std::string error;
     result.order = Order(error);
-    for (const auto& s : doc_.Streams()) {
-        if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->RestoreDefinition();
-    }
     // Per-run state of the models (amounts that back-propagation left) is reset once: the sweeps
     // that follow carry the absorbed demands until they settle.
     for (const auto& p : doc_.Procedures()) {

@@ -84,6 +84,59 @@ TEST(DesignSpec, ASetPointBelowWhatNoFeedGivesEndsWithTheMessage) {
     EXPECT_EQ(Spec(*doc).m_IsConverged, 0);
 }
 
+TEST(DesignSpec, ARunThatDroveTheFeedToZeroLeavesTheNextRunsTheirFeed) {
+    auto doc = LoadFlowsheet(LinearPlant(R"("ControlledStream": "PRODUCT", "SetPoint": "30 kg/h", "ManipulatedStream": "FEED")"),
+                             "linear.json");
+    ASSERT_FALSE(Simulator(*doc).Run().completed);
+    EXPECT_NEAR(KgPerHour(*doc, "FEED"), 0.0, 1e-12);
+    // The next run starts from 100 kg/h again and ends at the bound in the same way.
+    const SimulationResult second = Simulator(*doc).Run();
+    EXPECT_TRUE(second.checksPassed);
+    ASSERT_FALSE(second.errors.empty());
+    EXPECT_NE(second.errors.back().find("the manipulated flow is at its bound; the flow is 50 kg/h with FEED at 0 kg/h"), std::string::npos)
+        << second.errors.back();
+    // A reachable set point: 100 -> 266.67 (proportional) -> 350 kg/h (secant), as in a fresh flowsheet.
+    Spec(*doc).m_SetPoint = 400.0 / 3600.0;
+    const SimulationResult third = Simulator(*doc).Run();
+    ASSERT_TRUE(third.completed) << (third.errors.empty() ? "" : third.errors.front());
+    EXPECT_NEAR(KgPerHour(*doc, "FEED"), 350.0, 1e-9);
+    EXPECT_EQ(Spec(*doc).m_Iterations, 2);
+}
+
+TEST(DesignSpec, AFeedBroughtToZeroIsRaisedAgainWithItsComposition) {
+    auto doc = LoadFlowsheetFile(std::string(UNITOPS_SOURCE_DIR) + "/examples/generic_box_design_spec.json");
+    CTalFlowDesignSpec& spec = Spec(*doc);
+    std::string error;
+    ASSERT_TRUE(spec.PrepareForConvergence(error)) << error;
+    const CTalStream& feed = *doc->FindStream("FEED");
+    const int glucose = doc->GetComponentIndex("Glucose");
+    spec.SetManipulatedVariableValue(0.0);
+    EXPECT_EQ(feed.MassFlow(), 0.0);
+    spec.SetManipulatedVariableValue(0.5);
+    EXPECT_NEAR(feed.MassFlow(), 0.5, 1e-15);
+    EXPECT_NEAR(feed.ComponentFlow(glucose), 0.05, 1e-15);  // a tenth of the feed is glucose
+}
+
+TEST(DesignSpec, TheStepsCountedAreThoseOfTheWholeRun) {
+    auto doc = LoadFlowsheet(LinearPlant(R"("ControlledStream": "PRODUCT", "SetPoint": "400 kg/h", "ManipulatedStream": "FEED")"),
+                             "linear.json");
+    CTalFlowDesignSpec& spec = Spec(*doc);
+    CTalStream& feed = *doc->FindStream("FEED");
+    CTalStream& product = *doc->FindStream("PRODUCT");
+    // The plant by hand: PRODUCT = FEED + 50 kg/h.
+    const auto plant = [&] {
+        product.SetComponentFlow(0, feed.MassFlow() + 50.0 / 3600.0);
+        return true;
+    };
+    spec.PrepareForSimulation();
+    std::vector<std::string> errors;
+    ASSERT_TRUE(DesignSpecConvergence({&spec}).Run(plant, errors));
+    EXPECT_EQ(spec.m_Iterations, 2);
+    // A second sweep of the same run starts met and takes no step: the run took two.
+    ASSERT_TRUE(DesignSpecConvergence({&spec}).Run(plant, errors));
+    EXPECT_EQ(spec.m_Iterations, 2);
+}
+
 TEST(DesignSpec, TheUpperBoundHoldsTheFeed) {
     auto doc = LoadFlowsheet(LinearPlant(R"("ControlledStream": "PRODUCT", "SetPoint": "400 kg/h", "ManipulatedStream": "FEED",
                                             "MaxManipulatedValue": "200 kg/h")"),

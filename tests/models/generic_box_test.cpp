@@ -138,7 +138,7 @@ TEST_F(GenericBoxTest, RatingChecksOneUnitAndUtilisationCountsAllUnits) {
     Box().SetRatedThroughput(0.004);  // kg/s per unit; each unit takes 0.005 / UtilFactor
     EXPECT_EQ(Solve(*proc), 0);
     EXPECT_NEAR(op.m_Throughput, 0.005 / op.UtilFactor(), 1e-15);
-    EXPECT_EQ(op.CapacityUtilF(), std::min(op.m_Throughput / 0.008, 1.0));
+    EXPECT_NEAR(op.CapacityUtilF(), 0.625, 1e-12);  // 0.005 kg/s per unit over 2 x 0.004
     Box().SetRatedThroughput(0.02);
     EXPECT_EQ(Solve(*proc), 1);
     EXPECT_NEAR(op.CapacityUtilF(), 0.005 / op.UtilFactor() / 0.04, 1e-15);
@@ -238,6 +238,19 @@ TEST_F(GenericBoxTest, ASplitNeedsBothOutlets) {
     EXPECT_FALSE(op.IsOutPortUsed(1, 0));
 }
 
+TEST_F(GenericBoxTest, TheDutyIsShownInKcalPerHourInEitherUnits) {
+    CTalGBXStoichRxnOp& op = ReactionBox();
+    op.SetDutySetMode();
+    op.m_ExternalDuty = 1000.0;  // W: 1000 / 1.1622 = 860.44 kcal/h
+    std::string text;
+    op.GetCustomDescription(text);
+    EXPECT_EQ(text, "Pass through Generic Box, and react continuously under external duty rate of 860.44 kcal/h");
+    op.ConvertToDisplayUnits();
+    op.GetCustomDescription(text);
+    EXPECT_EQ(text, "Pass through Generic Box, and react continuously under external duty rate of 860.44 kcal/h");
+    op.ConvertToInternalUnits();
+}
+
 TEST_F(GenericBoxTest, DescriptionsNameWhatTheBoxDoes) {
     CTalGBXStoichRxnOp& op = ReactionBox();
     std::string text;
@@ -286,6 +299,38 @@ TEST_F(PassThroughTest, ReturnsAtOnceWhenItsInputCarriesNoFlow) {
     EXPECT_EQ(op.m_Throughput, 3.0);
     EXPECT_EQ(e.RatedThroughput(), 0.5);
     EXPECT_TRUE(op.Messages().empty());
+}
+
+// In a batch plant a duration set by a master gives the throughput: 1 kg/s over a 2 h batch is
+// 7200 kg, over the master's hour 2 kg/s, far above a rating of 1e-6 kg/s.
+TEST_F(PassThroughTest, ADurationSetByAMasterGivesTheThroughputThatIsChecked) {
+    doc->SetBatchMode(true);
+    doc->SetPlantBatchTime(7200.0);
+    feed->SetComponentFlow(0, 0.1);
+    feed->SetComponentFlow(3, 0.9);
+    std::vector<CTalStream*> masterOuts;
+    CTalOperation& master = *AddBox(0xA0BD, "P-0", masterOuts, true).GetOp(0);
+    master.m_ProcessTime = 3600.0;
+    proc = &AddBox(0xA0BD, "P-1", outs, true);
+    proc->SetDesignMode(false);
+    auto& op = dynamic_cast<CTalPassThroughGBX&>(*proc->GetOp(0));
+    op.m_ProcessTimeMode = 3;
+    op.m_ProcessTime = 50.0;  // its own duration: not the one that counts
+    op.SetMasterOperation(&master);
+    Box().SetRatedThroughput(1e-6);
+    EXPECT_EQ(Solve(*proc), 0);
+    EXPECT_NEAR(op.m_Throughput, 2.0, 1e-12);
+    EXPECT_EQ(op.m_ProcessTime, 50.0);
+    ASSERT_FALSE(op.Messages().empty());
+    EXPECT_EQ(op.Messages().back().text,
+              "The calculated operating throughput is greater than the specified (rated) throughput.\n"
+              "Please do one or more of the following: 1) Increase the process time; 2) Increase the\n"
+              "number of units that operate in parallel; 3) Use a larger unit that has a higher throughput.");
+    // Within its rating the same box passes the check.
+    Box().SetRatedThroughput(3.0);
+    op.ClearMessages();
+    EXPECT_EQ(Solve(*proc), 1);
+    EXPECT_NEAR(op.m_Throughput, 2.0, 1e-12);
 }
 
 TEST_F(PassThroughTest, Description) {

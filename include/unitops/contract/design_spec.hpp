@@ -26,6 +26,7 @@ public:
     bool AffectsTPorCompOfContents() const override { return false; }
     bool DoesAfterStateAmtScaleWithInsAndOuts() const override { return false; }
     void InitSimModelParams() override;
+    void PrepareForSimulation() override;
     int IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) override;
     //! Nothing to compute in a pass: the host's convergence moves the manipulated variable.
     int Solve(CTalStateStream* before, CTalStateStream* after, int skipSizing) override;
@@ -66,6 +67,10 @@ public:
     int m_Iterations = 0;                      //!< steps of the manipulated variable taken
     int m_IsConverged = 0;
     double m_ControlledValue = 0.0;            //!< the controlled variable at the end
+
+private:
+    void KeepFeedComposition();
+    std::vector<double> m_FeedFractions;       //!< mass fractions of the manipulated feed, kept apart from its flow
 };
 
 //! The secant iteration of the design specifications. `evaluate` runs the flowsheet once (the
@@ -89,6 +94,7 @@ private:
         std::vector<Trial> trials;
         bool done = false;
         bool stuck = false;  //!< at a bound with the step pointing beyond it
+        int steps = 0;       //!< steps taken in this sweep (the run's count is the specification's)
     };
     //! The next value of the manipulated variable, within its bounds.
     static double NextValue(State& s);

@@ -12,7 +12,6 @@ namespace unitops {
 namespace {
 // The members of the reaction-and-separation box first appear in files of this version.
 constexpr double kGenericBoxDataSince = 5.0009;
-constexpr double kWattToKcalPerHour = 3600.0 / 4184.0;
 // The split checks of the separation page.
 bool InSplitGroup(int group) { return group == 0 || group == 0x19; }
 }  // namespace
@@ -218,7 +217,9 @@ void CTalGBXStoichRxnOp::GetCustomDescription(std::string& text) const {
         } else if (full && IsAdiabaticMode()) {
             text += " under adiabatic conditions";
         } else if (full) {
-            std::snprintf(buffer, sizeof buffer, " under external duty rate of %.2lf kcal/h", m_ExternalDuty * kWattToKcalPerHour);
+            // Shown in kcal/h: converted only while the members hold watts.
+            const double duty = IsInInternalUnits() ? display::kKcalPerHour.ToDisplay(m_ExternalDuty) : m_ExternalDuty;
+            std::snprintf(buffer, sizeof buffer, " under external duty rate of %.2lf kcal/h", duty);
             text += buffer;
         }
     }
@@ -278,7 +279,7 @@ int CTalPassThroughGBX::Solve(CTalStateStream*, CTalStateStream* after, int skip
     in->CopyDataInto(*out, 1);
     const double massFlow = in->MassFlow(kPerSecond, false);
     if (massFlow / UtilFactor() < 1e-15) return NormalSimEnding(1);
-    return NormalSimEnding(SolveThroughput(massFlow, EquipmentT(), skipSizing));
+    return NormalSimEnding(Steps().WithMasterDuration().Solve(massFlow, EquipmentT(), skipSizing));
 }
 
 void CTalPassThroughGBX::GetCustomDescription(std::string& text) const {

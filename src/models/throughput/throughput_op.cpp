@@ -104,8 +104,10 @@ int InlineThroughput::Rate(double massFlow, const CTalThroughputEquipment* e) {
     }
     const double T = op_.IsFlowsheetInBatchMode() ? op_.PlantBatchTime() : op_.CycleTime();
     const double amount = massFlow * T / op_.NumberOfCycles() / units;
-    if (op_.m_ProcessTimeMode == 1) {
-        throughput_ = op_.m_ProcessTime > 1e-15 ? amount / op_.m_ProcessTime : 0.0;
+    const bool byMaster = masterDuration_ && op_.IsDurationSetByMaster();
+    if (op_.m_ProcessTimeMode == 1 || byMaster) {
+        const double duration = byMaster ? op_.ProcessTime() : op_.m_ProcessTime;
+        throughput_ = duration > 1e-15 ? amount / duration : 0.0;
         if (e && rated < throughput_) {
             op_.SetSimMsg(
                 "The calculated operating throughput is greater than the specified (rated) throughput.\n"

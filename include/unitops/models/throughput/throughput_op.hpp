@@ -27,6 +27,12 @@ public:
     //! Power from the specific power (or the reverse when the power is given), and the capacity
     //! utilisation of a unit.
     void PowerAndUtilization(const CTalThroughputEquipment* e);
+    //! Rating in a batch procedure also honours a duration set by a master: the throughput then
+    //! follows from the master's duration and is checked as with a given duration.
+    InlineThroughput& WithMasterDuration() {
+        masterDuration_ = true;
+        return *this;
+    }
     //! The three steps above for `massFlow`, by the design mode; false if one failed.
     int Solve(double massFlow, CTalThroughputEquipment* e, int skipSizing);
     //! The rated throughput that a unit's throughput is held against, and that the utilisation
@@ -40,6 +46,7 @@ private:
     CTalOperation& op_;
     double& throughput_;
     bool ratedForAllUnits_;
+    bool masterDuration_ = false;
 };
 
 class CTalThroughputOp : public CTalOperation {
