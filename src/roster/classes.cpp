@@ -16,6 +16,7 @@
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/heat_flow/valves.hpp"
 #include "unitops/models/throughput/custom_splitting.hpp"
+#include "unitops/models/throughput/mixture_making.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
@@ -129,6 +130,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalCoolingInTower), RUNTIME_CLASS(CTalCoolingTower),
                  // Kinetic reactions along a plug-flow reactor
                  RUNTIME_CLASS(CTalPFKinRxnOp),
+                 // Mixings that adjust the flows of their inputs
+                 RUNTIME_CLASS(CTalCustomMixing), RUNTIME_CLASS(CTalMixtureMaking),
              }) {
             r.Register(c);
         }
