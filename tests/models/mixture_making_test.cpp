@@ -11,6 +11,7 @@
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/models/throughput/mixture_making.hpp"
+#include "unitops/models/throughput/throughput_equipment.hpp"
 
 namespace unitops {
 namespace {
@@ -145,6 +146,29 @@ TEST_F(MixtureMakingTest, TheNextPassBringsTheInputsAtTheSolvedFlows) {
     EXPECT_NEAR(feeds[1]->MassFlow(), 0.5, 1e-9);
     EXPECT_NEAR(out->MassFlow(), 2.0, 1e-9);
     test::ExpectMassClosesPerProcedure(*doc);
+}
+
+// Rating two units of 1.5 kg/s each: 2 kg/s out is 1 kg/s a unit, held against the 3 kg/s of
+// both; the utilisation is 1 / 3 and the power 50 W per kg/s of each unit's throughput.
+TEST_F(MixtureMakingTest, ThroughputPowerAndUtilisationOfTheUnits) {
+    WaterAndBrineByFraction(0.05);
+    auto& e = dynamic_cast<CTalThroughputEquipment&>(*proc->Equipment());
+    proc->SetDesignMode(false);
+    e.SetNumberOfUnits(2);
+    e.SetRatedThroughput(1.5);
+    op->SetPowerMode(2);
+    op->SetSpecPower(50.0);
+    ASSERT_EQ(Solve(), 1) << Message();
+    EXPECT_NEAR(op->Throughput(), 1.0, 1e-12);
+    EXPECT_NEAR(op->CapacityUtilF(), 1.0 / 3.0, 1e-12);
+    EXPECT_NEAR(op->Power(), 100.0, 1e-9);
+    // Units too small for the flow: the balance still stands, with the host's warning.
+    e.SetRatedThroughput(0.4);
+    EXPECT_EQ(Solve(), 0);
+    EXPECT_EQ(op->LastResult(), 0);
+    EXPECT_EQ(op->Messages().back().number, 0x5Cu);
+    EXPECT_NEAR(out->MassFlow(), 2.0, 1e-12);
+    EXPECT_EQ(op->CapacityUtilF(), 1.0);
 }
 
 // ---------------------------------------------------------------- specifications not met
