@@ -7,29 +7,13 @@
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
 #include "unitops/roster/roster.hpp"
+#include "reacting_components.hpp"
 
 namespace {
 
 using namespace unitops;
 
-constexpr int kComponents = 20;
-
-// Components C0..C19 of molecular weight 20 (i + 1) and constant properties.
-std::unique_ptr<CTalDocEss> Doc() {
-    auto doc = std::make_unique<CTalDocEss>();
-    doc->SetBatchMode(true);
-    for (int i = 0; i < kComponents; ++i) {
-        auto c = std::make_unique<CTalPureComponent>();
-        c->name = "C" + std::to_string(i);
-        c->molecularWeight = 20.0 * (i + 1);
-        c->liqSolDensity = 900.0 + 10.0 * i;
-        c->cpLiquid.c = {3000.0 + 50.0 * i, 0, 0, 0, 0};
-        c->cpIdealGas.c = c->cpLiquid.c;
-        c->phase = NormalPhase::Liquid;
-        doc->AddComponent(std::move(c));
-    }
-    return doc;
-}
+std::unique_ptr<CTalDocEss> Doc() { return bench::NumberedComponentsDoc(900.0, 10.0); }
 
 // Mass-balanced molar reactions: C4 -> C1 + C2 (100 = 40 + 60), C0 + C3 -> C4 (20 + 80 = 100),
 // C9 -> 2 C4 (200 = 2 x 100).
@@ -63,8 +47,7 @@ void Run(benchmark::State& state, bool target) {
     AddReactions(op, target);
     op.m_ExitTemp = 310.0;
     CTalStateStream before(doc->Comps(), &p), after(doc->Comps(), &p);
-    for (int i = 0; i < kComponents; ++i) before.SetComponentFlow(i, 0.001 * (i + 1));
-    before.SetTemp(300.0);
+    bench::SetNumberedFeed(before);
     if (op.Solve(&before, &after, 0) != 1) {
         state.SkipWithError(op.Messages().empty() ? "the reaction failed" : op.Messages().back().text.c_str());
         return;

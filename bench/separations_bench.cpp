@@ -3,41 +3,20 @@
 // extraction (five partition passes).
 #include <benchmark/benchmark.h>
 
-#include <cmath>
-#include <string>
-
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/models/mass_transfer/batch_extract.hpp"
 #include "unitops/models/mass_transfer/batch_vaporize.hpp"
 #include "unitops/roster/roster.hpp"
+#include "reacting_components.hpp"
 
 namespace {
 
 using namespace unitops;
 
-constexpr int kComponents = 20;
+using bench::kNumberedComponents;
 
-// Components C0..C19 of constant properties; the first ten have a vapour pressure of
-// 0.2 to 2 atm at every temperature, so that the condenser splits them.
-std::unique_ptr<CTalDocEss> Doc() {
-    auto doc = std::make_unique<CTalDocEss>();
-    doc->SetBatchMode(true);
-    for (int i = 0; i < kComponents; ++i) {
-        auto c = std::make_unique<CTalPureComponent>();
-        c->name = "C" + std::to_string(i);
-        c->molecularWeight = 20.0 * (i + 1);
-        c->liqSolDensity = 700.0 + 30.0 * i;
-        c->cpLiquid.c = {3000.0 + 50.0 * i, 0, 0, 0, 0};
-        c->cpIdealGas.c = c->cpLiquid.c;
-        c->phase = NormalPhase::Liquid;
-        if (i < 10) {
-            c->antoine = {std::log(101325.0 * (0.2 + 0.2 * i)), 0.0, 0.0, 1.0, 1e4};
-            c->hasVaporPressure = true;
-        }
-        doc->AddComponent(std::move(c));
-    }
-    return doc;
-}
+// The first ten components have a vapour pressure of 0.2 to 2 atm, so that the condenser splits them.
+std::unique_ptr<CTalDocEss> Doc() { return bench::NumberedComponentsDoc(700.0, 30.0, 10); }
 
 template <class Op>
 void Run(benchmark::State& state, void (*configure)(Op&)) {
@@ -52,8 +31,7 @@ void Run(benchmark::State& state, void (*configure)(Op&)) {
     p.AddOperation(std::move(made));
     configure(op);
     CTalStateStream before(doc->Comps(), &p), after(doc->Comps(), &p);
-    for (int i = 0; i < kComponents; ++i) before.SetComponentFlow(i, 0.001 * (i + 1));
-    before.SetTemp(300.0);
+    bench::SetNumberedFeed(before);
     before.SetPress(101325.0);
     if (op.Solve(&before, &after, 0) != 1) {
         state.SkipWithError(op.Messages().empty() ? "the operation failed" : op.Messages().back().text.c_str());
@@ -87,7 +65,7 @@ void Extract(CTalBatchExtractOp& op) {
     op.m_DesignComp = "C5";
     op.m_SolubilityInHeavy = 20.0;
     op.m_SolubilityInLight = 10.0;
-    for (int i = 0; i < kComponents; ++i) op.m_Ki[static_cast<std::size_t>(i)] = 0.1 * (i + 1);
+    for (int i = 0; i < kNumberedComponents; ++i) op.m_Ki[static_cast<std::size_t>(i)] = 0.1 * (i + 1);
 }
 
 void BM_BatchVaporizationToAConcentrationFactor(benchmark::State& state) { Run<CTalBatchVaporizeOp>(state, &Vaporize); }

@@ -122,6 +122,46 @@ bool CTalEquipment::UnitsNeeded(double total, double perUnit, int& units) {
     return true;
 }
 
+void CTalEquipment::FillDefaultContentsWithAir(double volumePerUnit) {
+    constexpr double kAtmosphere = 101325.0;     // Pa
+    constexpr double kAirReference = 2478819.1;  // 8314 J/(kmol K) x 298.15 K
+    constexpr double kNitrogenInAir = 0.79;      // mole fraction
+    if (!m_DefaultContents) return;
+    CTalStateStream& air = *m_DefaultContents;
+    air.Zero(false, true);
+    air.SetTemp(298.15);
+    air.SetPress(kAtmosphere);
+    const CTalDocEss* doc = Flowsheet();
+    if (!doc) return;
+    const int nitrogen = air.GetComponentIndex(doc->GetComponentLocalName("Nitrogen"));
+    const int oxygen = air.GetComponentIndex(doc->GetComponentLocalName("Oxygen"));
+    const double batchTime = PlantBatchTime();
+    if (nitrogen < 0 || oxygen < 0 || batchTime <= 1e-15) return;
+    const double kmol = volumePerUnit * kAtmosphere * m_NumberOfUnits / kAirReference;
+    air.SetComponentMoleFlow(nitrogen, kNitrogenInAir * kmol / batchTime);
+    air.SetComponentVaporFrac(nitrogen, 1.0);
+    air.SetComponentMoleFlow(oxygen, (1.0 - kNitrogenInAir) * kmol / batchTime);
+    air.SetComponentVaporFrac(oxygen, 1.0);
+}
+
+int CTalEquipment::TakeSizeOfPass(double need, double& perUnit, double maxPerUnit, unsigned& msg) {
+    if (!m_IsSizedInThisRun) {
+        perUnit = need;
+        m_IsSizedInThisRun = 1;
+    } else {
+        perUnit = std::max(m_NumberOfUnits * perUnit, need);
+    }
+    m_NumberOfUnits = 1;
+    if (maxPerUnit < perUnit) {
+        if (!UnitsNeeded(perUnit, maxPerUnit, m_NumberOfUnits)) {
+            msg = kMsgCannotSize;
+            return 0;
+        }
+        perUnit /= m_NumberOfUnits;
+    }
+    return 1;
+}
+
 int CTalEquipment::IsCompatible(const CTalEquipment* other) const {
     return other && other->IsKindOf(GetRuntimeClass()) ? 1 : 0;
 }

@@ -33,7 +33,7 @@ constexpr MessageEntry kHostMessages[] = {
     {99, "The viewer could not be started. Try the text editor?"},
     {100, "The text editor could not be started."},
     {101, "The cake is thicker than the maximum cake thickness."},
-    {102, "The filter element is used up before the end of the operation."},
+    {102, "No component of the feed is retained by the filter.\nThe feed and the wash leave as filtrate."},
     {0x6D, "No cooling agent has been selected."},
     {0x70, "%1 must be a feed of the flowsheet (an input stream)."},
     {0x72, "%1 must not be a feed of the flowsheet: a transfer in takes material from another procedure."},

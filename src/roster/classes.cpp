@@ -36,6 +36,9 @@
 #include "unitops/models/separation/centrifugation.hpp"
 #include "unitops/models/separation/membrane_filtration.hpp"
 #include "unitops/models/separation/diafiltration.hpp"
+#include "unitops/models/separation/cloth_filtration.hpp"
+#include "unitops/models/separation/rotary_dead_end_filtration.hpp"
+#include "unitops/models/separation/air_filtration.hpp"
 #include "unitops/roster/roster.hpp"
 
 namespace unitops {
@@ -132,6 +135,13 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalPFKinRxnOp),
                  // Mixings that adjust the flows of their inputs
                  RUNTIME_CLASS(CTalCustomMixing), RUNTIME_CLASS(CTalMixtureMaking),
+                 // Cloth filtration and cake wash
+                 RUNTIME_CLASS(CTalClothFiltration), RUNTIME_CLASS(CTalCakeWashOp), RUNTIME_CLASS(CTalClothFilter), RUNTIME_CLASS(CTalPlateAndFrameFilter),
+                 // Rotary vacuum and dead-end filtration
+                 RUNTIME_CLASS(CTalRotaryVacuumFiltration), RUNTIME_CLASS(CTalDeadEndFiltration),
+                 RUNTIME_CLASS(CTalRotaryVacuumFilter), RUNTIME_CLASS(CTalDeadEndFilter),
+                 // Air filtration
+                 RUNTIME_CLASS(CTalAirFiltration), RUNTIME_CLASS(CTalAirFilter),
              }) {
             r.Register(c);
         }

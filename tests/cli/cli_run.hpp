@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 namespace unitops::test {
@@ -38,5 +39,16 @@ inline std::string TempFile(const std::string& name, const std::string& content)
     std::ofstream(path, std::ios::binary) << content;
     return path.string();
 }
+
+//! The whole content of a file ("" when it cannot be read).
+inline std::string ReadFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+//! The path of a file of examples/.
+inline std::string Example(const std::string& name) { return std::string(UNITOPS_SOURCE_DIR) + "/examples/" + name; }
 
 }  // namespace unitops::test

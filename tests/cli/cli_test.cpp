@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -15,6 +14,8 @@
 namespace {
 
 using unitops::test::CliRun;
+using unitops::test::Example;
+using unitops::test::ReadFile;
 using unitops::test::TempFile;
 using unitops::test::Unitops;
 
@@ -28,7 +29,7 @@ TEST(CommandLine, SimulatesTheBuiltInExample) {
 }
 
 TEST(CommandLine, RunsEveryExampleFile) {
-    for (const auto& entry : std::filesystem::directory_iterator(std::string(UNITOPS_SOURCE_DIR) + "/examples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(Example(""))) {
         if (entry.path().extension() != ".json") continue;
         const CliRun r = Unitops("simulate " + entry.path().string());
         EXPECT_EQ(r.exitCode, 0) << entry.path() << "\n" << r.out;
@@ -80,17 +81,12 @@ TEST(CommandLine, BadInputGivesOneMessageAndANonZeroExit) {
 
 TEST(CommandLine, AnOutputOptionNeverOverwritesAFlowsheet) {
     // "simulate --json plant.json" reads plant.json as the output file; it must not be replaced.
-    const auto textOf = [](const std::string& path) {
-        std::ostringstream text;
-        text << std::ifstream(path).rdbuf();
-        return text.str();
-    };
-    const std::string original = textOf(std::string(UNITOPS_SOURCE_DIR) + "/examples/mixing.json");
+    const std::string original = ReadFile(Example("mixing.json"));
     const std::string plant = TempFile("plant.json", original);
     CliRun r = Unitops("simulate --json " + plant);
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.out.find("is a flowsheet; --json takes the output file"), std::string::npos) << r.out;
-    EXPECT_EQ(textOf(plant), original);
+    EXPECT_EQ(ReadFile(plant), original);
     // Results written by --json may be written again, and a saved flowsheet may be saved over.
     const std::string results = TempFile("results.json", "");
     EXPECT_EQ(Unitops("simulate " + plant + " --json " + results).exitCode, 0);

@@ -153,7 +153,7 @@ TEST(CommandLineHabits, ProceduresThatCannotBeBuiltAreMarked) {
     }
     EXPECT_TRUE(built.at("Mixing, Bulk Flow, 2-9 Stream"));
     EXPECT_TRUE(built.at("Mixing, Custom"));
-    EXPECT_FALSE(built.at("Filtration, in an Air Filter"));  // its equipment is not built yet
+    EXPECT_FALSE(built.at("Design Spec, Flow"));  // its operation is not built yet
     // In the text, each procedure's line (its id, then its name) is marked as the list says.
     const CliRun text = Unitops("models");
     for (const auto& p : j.at("procedures")) {

@@ -3,22 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "cli_run.hpp"
 
 namespace unitops::test {
 namespace {
 
-const std::string kExample = std::string(UNITOPS_SOURCE_DIR) + "/examples/plug_flow_kinetics.json";
-
-std::string Contents(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+const std::string kExample = Example("plug_flow_kinetics.json");
 
 TEST(ProfilesOption, SimulateAndReportWriteTheSameTablesAndCharts) {
     const std::filesystem::path dir = TempFile("profiles", ""), again = TempFile("profiles_again", "");
@@ -31,17 +22,17 @@ TEST(ProfilesOption, SimulateAndReportWriteTheSameTablesAndCharts) {
     const std::vector<std::string> files = {"SHIFT_SHIFT-1.dat", "SHIFT_SHIFT-1.tsv", "SHIFT_SHIFT-1.svg",
                                             "ESTER_ESTER-1.dat", "ESTER_ESTER-1.tsv", "ESTER_ESTER-1.svg"};
     for (const std::string& f : files) ASSERT_TRUE(std::filesystem::exists(dir / f)) << f;
-    const std::string ester = Contents(dir / "ESTER_ESTER-1.tsv");
+    const std::string ester = ReadFile(dir / "ESTER_ESTER-1.tsv");
     EXPECT_EQ(ester.substr(0, ester.find('\n')), "Length (m)\tEthanol (kmol/m3)\tAcetic Acid (kmol/m3)\tEthyl Acetate (kmol/m3)\tQ (kW/m)\tT (K)");
     EXPECT_EQ(std::count(ester.begin(), ester.end(), '\n'), 14);  // the heading and 13 points
-    const std::string chart = Contents(dir / "SHIFT_SHIFT-1.svg");
+    const std::string chart = ReadFile(dir / "SHIFT_SHIFT-1.svg");
     EXPECT_EQ(chart.rfind("<?xml", 0), 0u);
     EXPECT_NE(chart.find("Temperature (degC)"), std::string::npos);
     EXPECT_NE(chart.find(">Carbon Monoxide</text>"), std::string::npos);
 
     const CliRun rep = Unitops("report " + saved + " --profiles " + again.string());
     ASSERT_EQ(rep.exitCode, 0) << rep.out;
-    for (const std::string& f : files) EXPECT_EQ(Contents(again / f), Contents(dir / f)) << f;
+    for (const std::string& f : files) EXPECT_EQ(ReadFile(again / f), ReadFile(dir / f)) << f;
     std::filesystem::remove_all(dir);
     std::filesystem::remove_all(again);
     std::filesystem::remove(saved);

@@ -2,21 +2,10 @@
 // damaged or foreign files.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "cli_run.hpp"
 
 namespace unitops::test {
 namespace {
-
-std::string Example(const std::string& name) { return std::string(UNITOPS_SOURCE_DIR) + "/examples/" + name; }
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 //! One line of output, and nothing else.
 void ExpectOneErrorLine(const CliRun& r, const std::string& part) {

@@ -1,23 +1,12 @@
 // `unitops schedule` and the schedule in the reports of `simulate` and `report`.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "cli_run.hpp"
 
 namespace unitops::test {
 namespace {
 
-const std::string kRecipe = std::string(UNITOPS_SOURCE_DIR) + "/examples/batch_transfers.json";
-
-std::string Slurp(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+const std::string kRecipe = Example("batch_transfers.json");
 
 TEST(ScheduleCommand, PrintsTheTableAndDrawsTheChart) {
     const std::string svg = TempFile("chart.svg", "");
@@ -26,7 +15,7 @@ TEST(ScheduleCommand, PrintsTheTableAndDrawsTheChart) {
     EXPECT_NE(r.out.find("TRANSFER-IN-1                1     1:10     0:20     0:04     1:34"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Minimum cycle time       = 2:24 h (bottleneck: V-101)"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Batches per year         = 3300"), std::string::npos) << r.out;
-    const std::string chart = Slurp(svg);
+    const std::string chart = ReadFile(svg);
     EXPECT_EQ(chart.rfind("<?xml", 0), 0u);
     EXPECT_NE(chart.find("data-batch=\"2\""), std::string::npos);
     EXPECT_EQ(chart.find("data-batch=\"3\""), std::string::npos);
@@ -37,7 +26,7 @@ TEST(ScheduleCommand, SimulateAndTheReportOfASavedFileShowTheSameSchedule) {
     const std::string saved = TempFile("recipe.uof", ""), results = TempFile("results.json", "");
     const CliRun sim = Unitops("simulate " + kRecipe + " --save " + saved + " --json " + results);
     ASSERT_EQ(sim.exitCode, 0) << sim.out;
-    const std::string json = Slurp(results);
+    const std::string json = ReadFile(results);
     EXPECT_NE(json.find("\"batches_per_year\": 3300.0"), std::string::npos);
     EXPECT_NE(json.find("\"minimum_cycle_time\": 8640.0"), std::string::npos);  // 2:24 h in s
     std::filesystem::remove(results);
@@ -52,12 +41,12 @@ TEST(ScheduleCommand, SimulateAndTheReportOfASavedFileShowTheSameSchedule) {
 }
 
 TEST(ScheduleCommand, RefusesWhatHasNoSchedule) {
-    const CliRun continuous = Unitops("schedule " + std::string(UNITOPS_SOURCE_DIR) + "/examples/mixing.json");
+    const CliRun continuous = Unitops("schedule " + Example("mixing.json"));
     EXPECT_EQ(continuous.exitCode, 1);
     EXPECT_NE(continuous.out.find("no batch schedule: the flowsheet has no batch procedure"), std::string::npos) << continuous.out;
     const CliRun batches = Unitops("schedule " + kRecipe + " --batches 0");
     EXPECT_NE(batches.exitCode, 0);
-    std::string circular = Slurp(kRecipe);
+    std::string circular = ReadFile(kRecipe);
     const std::string charge = "\"name\": \"CHARGE-1\",";
     circular.replace(circular.find(charge), charge.size(), charge + " \"start\": {\"after\": \"TRANSFER-IN-2\", \"procedure\": \"P-2\"},");
     const CliRun circle = Unitops("schedule " + TempFile("circle.json", circular));

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
@@ -25,14 +26,7 @@ const char* kMinimal = R"json({
 })json";
 
 // The error message of loading `text`, or "" if it loads.
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "test.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "";
-}
+using test::LoadError;
 
 // kMinimal with one substring replaced.
 std::string Edited(const std::string& from, const std::string& to) {

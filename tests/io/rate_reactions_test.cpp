@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/test_flowsheet.hpp"
 #include "unitops/io/errors.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
 #include "unitops/models/reaction/equil_rxn.hpp"
@@ -28,14 +29,7 @@ std::string Flowsheet(const std::string& model, const std::string& type, const s
 std::string Kinetic(const std::string& reactions) { return Flowsheet("Continuous Kinetic Reaction", "0xA012", reactions); }
 std::string Equilibrium(const std::string& reactions) { return Flowsheet("Continuous Equilibrium Reaction", "0xA013", reactions); }
 
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "test.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "";
-}
+using test::LoadError;
 
 TEST(RateReactionEntries, SetEveryPartOfAKineticReaction) {
     auto doc = LoadFlowsheet(Kinetic(R"json([{"name": "ferment", "coefficients": {"Glucose": -1, "Ethanol": 2, "Carbon Dioxide": 2},

@@ -36,14 +36,7 @@ const char* kGood = R"json([
    "target": {"component": "Glucose", "concentration": "5 g/L"}, "extracellular": {"Ethanol": 0.5}}
 ])json";
 
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "test.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "";
-}
+using test::LoadError;
 
 CTalStoichRxnOp& OperationOf(CTalDocEss& doc) {
     return dynamic_cast<CTalStoichRxnOp&>(*doc.FindProcedure("P-1")->GetOp(0));

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "support/test_flowsheet.hpp"
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/procedure.hpp"
 #include "unitops/contract/simulation.hpp"
@@ -42,14 +43,7 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "skid.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "";
-}
+using test::LoadError;
 
 const CTalOperation& Op(const CTalDocEss& doc, int i) { return *doc.FindProcedure("R-1")->GetOp(i); }
 

@@ -23,18 +23,10 @@ constexpr double kCpVapour = 1805.0;
 using psychro::MoistAirEnthalpy;
 using psychro::SatEnthalpy;
 
-bool HasText(const CTalOperation& op, const std::string& part) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.text.find(part) != std::string::npos) return true;
-    }
-    return false;
-}
+bool HasText(const CTalOperation& op, const std::string& part) { return test::AllMessages(op).find(part) != std::string::npos; }
 
 bool HasMessage(const CTalOperation& op, unsigned number) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.number == number) return true;
-    }
-    return false;
+    return std::any_of(op.Messages().begin(), op.Messages().end(), [&](const SimMessage& m) { return m.number == number; });
 }
 
 // ---------------------------------------------------------------- psychrometrics

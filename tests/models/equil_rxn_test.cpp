@@ -11,6 +11,8 @@
 namespace unitops {
 namespace {
 
+using test::AllMessages;
+
 // A and B of molecular weight 100, solvent W of 18; liquids of 1000 kg/m3 and Cp 4000 J/(kg K).
 // Feed: 0.001 kg/s A in 0.009 kg/s W: c_A0 = 1 kmol/m3.
 class EquilOpTest : public ::testing::Test {
@@ -42,12 +44,6 @@ protected:
         r.SetExponentAlpha(1, 1.0);
         r.SetKeq(K);
         return op;
-    }
-
-    static std::string AllMessages(const CTalOperation& op) {
-        std::string all;
-        for (const SimMessage& m : op.Messages()) all += m.text + "\n";
-        return all;
     }
 
     std::unique_ptr<CTalDocEss> doc;

@@ -20,12 +20,7 @@ constexpr double kCp = 4180.0;
 constexpr double kGasMw = 28.96;
 constexpr double kR = 8314.0;
 
-bool HasText(const CTalOperation& op, const std::string& part) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.text.find(part) != std::string::npos) return true;
-    }
-    return false;
-}
+bool HasText(const CTalOperation& op, const std::string& part) { return test::AllMessages(op).find(part) != std::string::npos; }
 
 //! A roster procedure fed with "Liquid" (port 0 flows {liquid, gas}).
 class FlowDeviceTest : public ::testing::Test {

@@ -3,6 +3,7 @@
 // with a component of constant heat capacity so that they are exact.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -20,18 +21,10 @@ constexpr double kCp = 4180.0;  // J/(kg K)
 constexpr double kC = 273.15;
 
 bool HasMessage(const CTalOperation& op, unsigned number) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.number == number) return true;
-    }
-    return false;
+    return std::any_of(op.Messages().begin(), op.Messages().end(), [&](const SimMessage& m) { return m.number == number; });
 }
 
-bool HasText(const CTalOperation& op, const std::string& part) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.text.find(part) != std::string::npos) return true;
-    }
-    return false;
-}
+bool HasText(const CTalOperation& op, const std::string& part) { return test::AllMessages(op).find(part) != std::string::npos; }
 
 //! A procedure of the roster with "Liquid" (constant Cp) fed on its inputs.
 class InLineTest : public ::testing::Test {

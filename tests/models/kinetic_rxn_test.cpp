@@ -13,6 +13,8 @@
 namespace unitops {
 namespace {
 
+using test::AllMessages;
+
 constexpr double kBatchTime = 36000.0;  // s
 constexpr double kRate = 1e-4;          // 1/s
 constexpr double kProcess = 18000.0;    // s: k t = 1.8
@@ -51,12 +53,6 @@ protected:
         r.SetRateConst(kRate);
         op.SetProcessTime(kProcess);
         return op;
-    }
-
-    static std::string AllMessages(const CTalOperation& op) {
-        std::string all;
-        for (const SimMessage& m : op.Messages()) all += m.text + "\n";
-        return all;
     }
 
     std::unique_ptr<CTalDocEss> doc;

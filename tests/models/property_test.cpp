@@ -23,6 +23,7 @@
 #include "unitops/models/reaction/equil_rxn.hpp"
 #include "unitops/models/reaction/kinetic_rxn.hpp"
 #include "unitops/models/reaction/stoich_rxn.hpp"
+#include "unitops/models/separation/rotary_dead_end_filtration.hpp"
 #include "unitops/models/vessel/vessel.hpp"
 #include "unitops/roster/catalog.hpp"
 #include "unitops/roster/roster.hpp"
@@ -230,6 +231,12 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
             r.SetRateRefComp("Glucose");
             r.SetRateConst(1e-4);
             if (auto* v = dynamic_cast<CTalVessel*>(p.Equipment())) v->m_DesignPressure = 1e6;
+        };
+        // The rotary vacuum filter keeps half the salt: its cake never outgrows the feed.
+        settings[0xA039] = [](CTalDocEss& doc, CTalProcedure& p) {
+            auto& op = dynamic_cast<CTalRotaryVacuumFiltration&>(*p.GetOp(0));
+            op.m_Retention.assign(static_cast<std::size_t>(doc.NumberOfComponents()), 0.0);
+            op.m_Retention[static_cast<std::size_t>(doc.GetComponentIndex("Sodium Chloride"))] = 0.5;
         };
         return true;
     }();

@@ -18,12 +18,7 @@ constexpr double kCp = 4180.0;
 constexpr double kC = 273.15;
 constexpr double kBatch = 3600.0;  // s, the plant batch time
 
-bool HasText(const CTalOperation& op, const std::string& part) {
-    for (const SimMessage& m : op.Messages()) {
-        if (m.text.find(part) != std::string::npos) return true;
-    }
-    return false;
-}
+bool HasText(const CTalOperation& op, const std::string& part) { return test::AllMessages(op).find(part) != std::string::npos; }
 
 //! A batch vessel holding `kg` of "Liquid" (constant Cp) and `gasKg` of "Gas" per batch.
 class VesselHeatingTest : public ::testing::Test {

@@ -416,7 +416,8 @@ TEST(VesselRatingData, ComparisonIsOneSided) {
 
 // ---------------------------------------------------------------- persistence
 
-TEST(VesselPersistence, EveryClassRoundTripsAndCopiesEveryPersistedRow) {
+// The archive round trip of every vessel class is the roster-wide one; the copy is checked here.
+TEST(VesselPersistence, ACopyTakesEveryRow) {
     for (const char* name : {"CTalVerticalVessel", "CTalHorizontalVessel", "CTalStirJacketVessel", "CTalBlendingTank",
                              "CTalFBTank", "CTalReceiverTank", "CTalVOLTank", "CTalPlasticBag", "CTalBatchGenericBox",
                              "CTalHorizontalTank", "CTalDecantingTank", "CTalPFR"}) {
@@ -429,23 +430,8 @@ TEST(VesselPersistence, EveryClassRoundTripsAndCopiesEveryPersistedRow) {
             if (r.type == MemberType::Integer) r.set(*original, 1 + k);
             if (r.type == MemberType::Text) r.set(*original, "text " + std::to_string(k));
         }
-        auto& vessel = dynamic_cast<CTalVessel&>(*original);
-        vessel.m_UsesDefaultContents = 0;
-        CArchive out;
-        original->Serialize(out);
-        std::unique_ptr<CObject> back = RosterClasses().Find(name)->CreateObject();
-        CArchive in(out.Bytes(), &RosterClasses());
-        in.SetVersionNo(5.1005);
-        back->Serialize(in);
-        EXPECT_TRUE(in.AtEnd());
-        const auto copy = vessel.CreateCopy(nullptr, 1);
-        for (const MemberRow& r : original->MemberRows().All()) {
-            if (r.persist != Persist::None) {
-                EXPECT_EQ(r.get(*back), r.get(*original)) << r.name;
-            }
-            EXPECT_EQ(r.get(*copy), r.get(*original)) << r.name;
-        }
-        EXPECT_EQ(dynamic_cast<CTalVessel&>(*back).m_UsesDefaultContents, 0);
+        const auto copy = dynamic_cast<CTalVessel&>(*original).CreateCopy(nullptr, 1);
+        for (const MemberRow& r : original->MemberRows().All()) EXPECT_EQ(r.get(*copy), r.get(*original)) << r.name;
     }
 }
 

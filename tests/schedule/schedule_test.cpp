@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 
 #include "schedule_fixtures.hpp"
+#include "support/test_flowsheet.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/errors.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
@@ -25,6 +27,23 @@ const ScheduledOperation& Find(const BatchSchedule& s, const std::string& proc, 
     throw std::runtime_error("no " + proc + "/" + op);
 }
 
+//! A flowsheet loaded and run, and the schedule of its batch (which points into the flowsheet).
+struct Scheduled {
+    std::unique_ptr<CTalDocEss> doc;
+    BatchSchedule s;
+};
+
+Scheduled ScheduleOf(const std::string& text) {
+    Scheduled r{LoadFlowsheet(text, "recipe.json"), {}};
+    if (!Simulator(*r.doc).Run().completed) {
+        ADD_FAILURE() << "the run did not complete";
+        return r;
+    }
+    r.s = ComputeSchedule(*r.doc);
+    EXPECT_TRUE(r.s.Ok()) << r.s.error;
+    return r;
+}
+
 // Start of set-up, start of process and end, in minutes.
 void ExpectTimes(const BatchSchedule& s, const std::string& proc, const std::string& op, double setup, double process, double end,
                  int cycle = 0) {
@@ -35,11 +54,7 @@ void ExpectTimes(const BatchSchedule& s, const std::string& proc, const std::str
 }
 
 TEST(BatchSchedule, TwoVesselRecipeFollowsTheHandTimeline) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe(), "two vessels");
-    const SimulationResult run = Simulator(*doc).Run();
-    ASSERT_TRUE(run.completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe());
     // P-1: charge 0:00-0:20, transfer out 0:20-0:50.
     ExpectTimes(s, "P-1", "CHARGE-1", 0, 0, 20);
     ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 50);
@@ -64,10 +79,7 @@ TEST(BatchSchedule, TwoVesselRecipeFollowsTheHandTimeline) {
 }
 
 TEST(BatchSchedule, AShiftMovesExactlyTheShiftedOperationAndThoseAfterIt) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe("-10 min"), "shifted");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe("-10 min"));
     ExpectTimes(s, "P-1", "CHARGE-1", 0, 0, 20);
     ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 50);
     ExpectTimes(s, "P-2", "TRANSFER-IN-1", 10, 10, 40);
@@ -78,10 +90,7 @@ TEST(BatchSchedule, AShiftMovesExactlyTheShiftedOperationAndThoseAfterIt) {
 }
 
 TEST(BatchSchedule, BatchesPerYearAndAnnualAmountsFollowTheBottleneck) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe(), "year");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe());
     EXPECT_DOUBLE_EQ(s.annualTime, 7920 * kHour);
     EXPECT_EQ(s.batchesPerYear, std::floor(7920.0 / 5.5));  // 1440 batches of a 5:30 h cycle
     ASSERT_EQ(s.outputs.size(), 1u);
@@ -91,10 +100,7 @@ TEST(BatchSchedule, BatchesPerYearAndAnnualAmountsFollowTheBottleneck) {
 }
 
 TEST(BatchSchedule, ALongerPlantCycleTimeAndAnotherYearAreTaken) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min", R"(, "schedule": {"cycle_time": "8 h", "annual_time": "7000 h"})"), "set");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe("0 min", R"(, "schedule": {"cycle_time": "8 h", "annual_time": "7000 h"})"));
     EXPECT_NEAR(s.minimumCycleTime / kMin, 330, 1e-9);
     EXPECT_DOUBLE_EQ(s.cycleTime, 8 * kHour);
     EXPECT_EQ(s.batchesPerYear, 875.0);
@@ -102,20 +108,14 @@ TEST(BatchSchedule, ALongerPlantCycleTimeAndAnotherYearAreTaken) {
 }
 
 TEST(BatchSchedule, AShorterPlantCycleTimeIsReportedAndTheMinimumUsed) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe("0 min", R"(, "schedule": {"cycle_time": "2 h"})"), "short");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe("0 min", R"(, "schedule": {"cycle_time": "2 h"})"));
     EXPECT_NEAR(s.cycleTime / kMin, 330, 1e-9);
     ASSERT_EQ(s.warnings.size(), 1u);
     EXPECT_NE(s.warnings[0].find("shorter than the minimum cycle time (5:30 h, set by V-102)"), std::string::npos) << s.warnings[0];
 }
 
 TEST(BatchSchedule, CyclesRepeatTheOperationsAndSetUpComesFirst) {
-    auto doc = LoadFlowsheet(CyclingVessel(3), "cycles");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(CyclingVessel(3));
     ASSERT_EQ(s.operations.size(), 6u);
     // Per cycle: hold 10 min set-up + 20 min, agitate 15 min; 45 min a cycle.
     for (int k = 0; k < 3; ++k) {
@@ -127,10 +127,7 @@ TEST(BatchSchedule, CyclesRepeatTheOperationsAndSetUpComesFirst) {
 }
 
 TEST(BatchSchedule, ProceduresOnOneItemFollowEachOtherAndAddUp) {
-    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"), "shared");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(SharedVessel(R"({"after": "P-1", "shift": "5 min"})"));
     // P-1 holds 30 min, P-2 starts 5 min after it ends and holds 1 h: the item is held from 0 to
     // 95 min. After only 90 min the next batch's P-1 (90-120) would meet this batch's P-2 (35-95).
     ExpectTimes(s, "P-2", "HOLD-1", 35, 35, 95);
@@ -142,10 +139,7 @@ TEST(BatchSchedule, ProceduresOnOneItemFollowEachOtherAndAddUp) {
 }
 
 TEST(BatchSchedule, IdleTimeBetweenProceduresOnOneItemCountsInTheCycleTime) {
-    auto doc = LoadFlowsheet(SharedVessel(R"({"after": "P-1", "shift": "305 min"})"), "gap");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(SharedVessel(R"({"after": "P-1", "shift": "305 min"})"));
     // By hand: P-1 holds V-101 0-30 min, P-2 335-395 min. A cycle of 1:30 h (the spans summed)
     // would put the fifth batch's P-1 at 360-390, inside this batch's P-2; held from first start
     // to last end, the item is busy 395 min = 6:35 h.
@@ -178,15 +172,6 @@ TEST(BatchSchedule, HoursAndMinutesRoundToTheMinute) {
 
 // ---------------------------------------------------------------- relations that cannot hold
 
-std::string LoadError(const std::string& text) {
-    try {
-        LoadFlowsheet(text, "bad.json");
-    } catch (const InputError& e) {
-        return e.what();
-    }
-    return "loaded";
-}
-
 TEST(StartRelations, ACircleIsRefusedNamingItsOperations) {
     // The charge of P-1 waits for P-2's reaction, which waits (through the transfer in) for the
     // transfer out of P-1, which follows the charge.
@@ -200,18 +185,18 @@ TEST(StartRelations, ACircleIsRefusedNamingItsOperations) {
 TEST(StartRelations, AMasterInAProcedureThatDoesNotExistIsRefused) {
     const std::string e =
         LoadError(TwoVesselRecipe("0 min", "", R"(, "MasterOperation": {"procedure": "P-9", "operation": "REACT"})"));
-    EXPECT_EQ(e, "bad.json: procedures[0].operations[0].MasterOperation.procedure: unknown procedure 'P-9'");
+    EXPECT_EQ(e, "test.json: procedures[0].operations[0].MasterOperation.procedure: unknown procedure 'P-9'");
 }
 
 TEST(StartRelations, NamesThatDoNotExistAreRefusedWithTheirPlace) {
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"after": "MIX", "procedure": "P-2"})")),
-              "bad.json: procedures[0].operations[0].start.after: procedure 'P-2' has no operation 'MIX'");
+              "test.json: procedures[0].operations[0].start.after: procedure 'P-2' has no operation 'MIX'");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "REACT", "procedure": "P-7"})")),
-              "bad.json: procedures[0].operations[0].start.procedure: unknown procedure 'P-7'");
+              "test.json: procedures[0].operations[0].start.procedure: unknown procedure 'P-7'");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "CHARGE-1"})")),
-              "bad.json: procedures[0].operations[0].start.with: an operation cannot start with or after itself");
+              "test.json: procedures[0].operations[0].start.with: an operation cannot start with or after itself");
     EXPECT_EQ(LoadError(TwoVesselRecipe("0 min", "", R"(, "start": {"with": "A", "after": "B"})")),
-              "bad.json: procedures[0].operations[0].start: give one of \"with\" (start together) and \"after\" (start after it ends)");
+              "test.json: procedures[0].operations[0].start: give one of \"with\" (start together) and \"after\" (start after it ends)");
 }
 
 TEST(StartRelations, ANegativeShiftBeforeTimeZeroIsRefused) {
@@ -248,17 +233,13 @@ std::string Warnings(const BatchSchedule& s) {
 }
 
 TEST(StartRelations, ATransferInBeforeItsTransferOutIsReported) {
-    auto doc = LoadFlowsheet(TwoVesselRecipe("-10 min"), "early in");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(TwoVesselRecipe("-10 min"));
     EXPECT_TRUE(HasWarning(s, "transfer in P-2/TRANSFER-IN-1 starts at 0:10 h, before the transfer out P-1/TRANSFER-OUT-1 "
                               "that feeds it starts at 0:20 h"))
         << Warnings(s);
     // In step, nothing is reported.
-    auto inStep = LoadFlowsheet(TwoVesselRecipe("0 min"), "in step");
-    ASSERT_TRUE(Simulator(*inStep).Run().completed);
-    EXPECT_TRUE(ComputeSchedule(*inStep).warnings.empty()) << Warnings(ComputeSchedule(*inStep));
+    const Scheduled inStep = ScheduleOf(TwoVesselRecipe("0 min"));
+    EXPECT_TRUE(inStep.s.warnings.empty()) << Warnings(inStep.s);
 }
 
 TEST(StartRelations, AnOperationPulledBeforeItsPredecessorEndsIsRefused) {
@@ -297,10 +278,7 @@ std::string WithoutTheTransferInRelation(std::string text, const std::string& be
 }
 
 TEST(StartRelations, ATransferInWithoutARelationStartsWithItsTransferOut) {
-    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min")), "default link");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(WithoutTheTransferInRelation(TwoVesselRecipe("0 min")));
     ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 20, 20, 50);
     ExpectTimes(s, "P-2", "TRANSFER-IN-1", 20, 20, 50);
     ExpectTimes(s, "P-2", "REACT", 50, 50, 290);
@@ -310,10 +288,7 @@ TEST(StartRelations, ATransferInWithoutARelationStartsWithItsTransferOut) {
 TEST(StartRelations, ATransferInWithoutARelationWaitsForItsBusyVessel) {
     const std::string hold = R"({"model": "Holding", "name": "HOLD-1", "SetupTime": "5 min", "ProcessTime": "1 h"},
        )";
-    auto doc = LoadFlowsheet(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold), "busy vessel");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(WithoutTheTransferInRelation(TwoVesselRecipe("0 min"), hold));
     ExpectTimes(s, "P-2", "HOLD-1", 0, 5, 65);
     ExpectTimes(s, "P-2", "TRANSFER-IN-1", 65, 65, 95);  // the feed was ready at 0:20
     ExpectTimes(s, "P-2", "REACT", 95, 95, 335);
@@ -352,10 +327,7 @@ TEST(StartRelations, ATransferOutTimedByItsTransferInIsNoDurationCircle) {
 }
 
 TEST(StartRelations, AStreamSentBackBetweenVesselsIsScheduledNotACircle) {
-    auto doc = LoadFlowsheet(RecycleBetweenVessels(), "recycle");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(RecycleBetweenVessels());
     // V-101: charge 0:00-0:20, S-2 back 0:20-0:50 (its feed comes later: it keeps its place),
     // S-1 out 0:50-1:20 with V-102 taking it, V-102 sends S-2 1:20-1:50.
     ExpectTimes(s, "P-1", "TRANSFER-IN-1", 20, 20, 50);
@@ -373,10 +345,7 @@ TEST(StartRelations, ATransferInWaitsForTheSameCycleOfItsFeed) {
     const std::string p2 = R"js("name": "P-2", "type": "Vessel Procedure (Generic)",)js";
     text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
     text.insert(text.find(p2) + p2.size(), R"( "NumberOfCycles": 2,)");
-    auto doc = LoadFlowsheet(text, "cycles");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(text);
     // P-1's second cycle: charge 0:50-1:10, transfer out 1:10-1:40; P-2's second transfer in
     // waits for its first cycle to end at 5:50.
     ExpectTimes(s, "P-1", "TRANSFER-OUT-1", 70, 70, 100, 1);
@@ -387,10 +356,7 @@ TEST(StartRelations, TransfersWhoseProceduresRunDifferentCyclesAreNoted) {
     std::string text = WithoutTheTransferInRelation(TwoVesselRecipe("0 min"));
     const std::string p1 = R"js("name": "P-1", "type": "Vessel Procedure (Generic)",)js";
     text.insert(text.find(p1) + p1.size(), R"( "NumberOfCycles": 2,)");
-    auto doc = LoadFlowsheet(text, "cycles");
-    ASSERT_TRUE(Simulator(*doc).Run().completed);
-    const BatchSchedule s = ComputeSchedule(*doc);
-    ASSERT_TRUE(s.Ok()) << s.error;
+    const auto [doc, s] = ScheduleOf(text);
     EXPECT_TRUE(HasWarning(s, "transfer out P-1/TRANSFER-OUT-1 runs in 2 cycles and the transfer in P-2/TRANSFER-IN-1 it feeds "
                               "in 1: cycle k of one goes with cycle k of the other, and the cycles after 1 have no partner"))
         << Warnings(s);

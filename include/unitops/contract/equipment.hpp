@@ -158,9 +158,17 @@ public:
     //! The number of units of at most `perUnit` each that together hold `total`, into `units`;
     //! false, leaving `units` as it was, when that number is not finite or beyond what an int holds.
     static bool UnitsNeeded(double total, double perUnit, int& units);
+    //! Takes the size `need` (all units) that one operation asks of an equipment sized by one
+    //! value: the first of a pass sets it, later ones can only raise the total; above `maxPerUnit`
+    //! the size is shared among units. 0 with `msg` when the number of units cannot be represented.
+    int TakeSizeOfPass(double need, double& perUnit, double maxPerUnit, unsigned& msg);
 
 protected:
     static bool InGroup(int group, int g) { return group == 0 || group == g; }
+    //! Fills the default contents with the air at 25 degC and 1 atm of all units of `volumePerUnit`
+    //! m3, coming over the batch time: 79 % nitrogen and 21 % oxygen by moles, all vapour. Without
+    //! either gas in the flowsheet the equipment starts empty.
+    void FillDefaultContentsWithAir(double volumePerUnit);
     void SerializeOwnMembers(CArchive& ar, const MemberTable& table);
     //! Starts the trace of a built-in law: size used, units, formula and base year.
     void TraceLaw(std::string law, double size, std::string units, double baseYear);

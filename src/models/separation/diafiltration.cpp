@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "unitops/contract/message_table.hpp"
+#include "unitops/models/separation/filter_area.hpp"
 #include "unitops/models/separation/liquid_heat.hpp"
 
 namespace unitops {
@@ -135,17 +136,12 @@ int CTalDiafiltration::Solve(CTalStateStream* before, CTalStateStream* after, in
     // The diluant the wash needs, bid on the diluant stream.
     const double B = DiluantDemand(after->NonGaseousVolFlow());
     CTalStream* diluantStream = InStream(0);
-    CTalSModel D(*after);
-    D.Zero(true, true);  // no composition but the diluant's own
-    if (diluantStream) diluantStream->CopyDataInto(D, 1);
-    const double rho = D.Density() >= 1e-15 ? D.Density() : 1000.0;
-    D.SetMassFlow(B * rho);
-    if (diluantStream) diluantStream->SetBPGFlowBid(this, B * rho, 0);
-    const double md = D.MassFlow(kPerSecond, false);
-    if (B * rho > 1e-15 && md <= 1e-15) {
+    CTalSModel D(*after);  // no composition but the diluant's own
+    if (!BidVolumeOnStream(*this, diluantStream, D, B)) {
         SetSimMsg(kMsgNoDiluantComposition, 0);
         ok = 0;
     }
+    const double md = D.MassFlow(kPerSecond, false);
 
     Denature(*after);
     CTalSModel feedAndDiluant(*after);

@@ -6,6 +6,7 @@
 #include "unitops/contract/flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/procedure.hpp"
+#include "unitops/models/separation/filter_area.hpp"
 #include "unitops/models/separation/liquid_heat.hpp"
 
 namespace unitops {
@@ -90,23 +91,7 @@ void CTalMembraneFilter::InitCostParams() {
     m_CostFactor3 = 0.1;
 }
 
-int CTalMembraneFilter::CalcSize(double area, unsigned& msg) {
-    if (!m_IsSizedInThisRun) {
-        m_MembraneArea = area;
-        m_IsSizedInThisRun = 1;
-    } else {
-        m_MembraneArea = std::max(m_NumberOfUnits * m_MembraneArea, area);
-    }
-    m_NumberOfUnits = 1;
-    if (m_MaxMembraneArea < m_MembraneArea) {
-        if (!UnitsNeeded(m_MembraneArea, m_MaxMembraneArea, m_NumberOfUnits)) {
-            msg = kMsgCannotSize;
-            return 0;
-        }
-        m_MembraneArea /= m_NumberOfUnits;
-    }
-    return 1;
-}
+int CTalMembraneFilter::CalcSize(double area, unsigned& msg) { return TakeSizeOfPass(area, m_MembraneArea, m_MaxMembraneArea, msg); }
 
 int CTalMembraneFilter::IsSimDataComplete(int group, CTalEquipmentPP* page, int flag) {
     return WithInternalUnits(*this, [&] {
@@ -445,33 +430,11 @@ void CTalMembraneFiltration::SetRetentate(const CTalSModel& feed, CTalSModel& re
 // Area from the permeate of a cycle, the flux and the time; in rating the flux or the time
 // follows from the given area. Power from the specific power per m2.
 double CTalMembraneFiltration::SizeAndPower(double permeateVolFlow, int skipSizing, int& ok) {
-    const double T = IsFlowsheetInBatchMode() ? PlantBatchTime() : CycleTime();
-    const double Wc = permeateVolFlow * T / std::max(NumberOfCycles(), 1);
     CTalMembraneFilter* e = EquipmentT();
-    double area = 0.0;
-    if (!IsDesignMode() && e) {
-        area = std::max(e->NumberOfUnits(), 1) * e->Size();
-        if (IsProcessTimeSetByUser()) {
-            m_FiltrateFlux = area * m_ProcessTime > 1e-15 ? Wc / (area * m_ProcessTime) : 0.0;
-        } else {
-            m_ProcessTime = area * m_FiltrateFlux > 1e-15 ? std::max(Wc / (area * m_FiltrateFlux), 1e-15) : 1e-15;
-        }
-    } else {
-        const double t = ProcessTime();
-        area = m_FiltrateFlux * t > 1e-15 ? Wc / (m_FiltrateFlux * t) : 0.0;
-        if (e && !skipSizing) {
-            unsigned msg = 0;
-            if (!e->CalcSize(area, msg)) {
-                SetSimMsg(msg, 0);
-                ok = 0;
-            }
-        }
-    }
-    if (m_PowerMode != 1 || area <= 1e-15) {
-        m_Power = area * m_SpecPower;
-    } else {
-        m_SpecPower = m_Power / area;
-    }
+    const AreaSizer size = [e](double area, unsigned& msg) { return e->CalcSize(area, msg); };
+    const double area = FilterAreaOfCycle(*this, e, VolumePerCycle(*this, permeateVolFlow), m_FiltrateFlux, size,
+                                          skipSizing, ok);
+    PowerByArea(*this, area);
     return area;
 }
 
@@ -573,15 +536,9 @@ void CTalMembraneFiltration::WriteMembraneData(std::FILE* f, bool exitTempSenten
         std::fprintf(f, "Membr Repl Cycles = %-15.2lf\n", m_ReplacementCycles);
     }
     // The times are printed in hours whatever units the operation shows them in.
-    const bool internal = IsInInternalUnits() != 0;
-    const double setup = internal ? SetupTime() : SetupTimeUnits().Display().ToInternal(SetupTime());
-    const double process = internal ? ProcessTime() : ProcessTimeUnits().Display().ToInternal(ProcessTime());
+    const double setup = IsInInternalUnits() ? SetupTime() : SetupTimeUnits().Display().ToInternal(SetupTime());
     std::fprintf(f, "Setup Time        = %-15.3lf h\n", setup / 3600.0);
-    const double hours = process / 3600.0;
-    const bool design = IsDesignMode();
-    if (!design) std::fprintf(f, IsProcessTimeSetByUser() ? "Filtration Time is Set.\n" : "Filtration Time is Calculated.\n");
-    if (design || IsProcessTimeSetByUser()) std::fprintf(f, "Filtration Time        = %-15.3lf h\n", hours);
-    if (design || !IsProcessTimeSetByUser()) std::fprintf(f, "Average Filtrate Flux  = %-15.3lf L/m2-h\n", m_FiltrateFlux);
+    WriteFiltrationTimeLines(f, *this, m_FiltrateFlux);
 }
 
 int CTalMembraneFiltration::WriteIDR_Description(std::FILE* f) {

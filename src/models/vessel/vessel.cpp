@@ -13,9 +13,6 @@ namespace unitops {
 
 namespace {
 constexpr double kZero = 1e-15;
-constexpr double kAtmosphere = 101325.0;     // Pa
-constexpr double kAirReference = 2478819.1;  // 8314 J/(kmol K) x 298.15 K
-constexpr double kNitrogenInAir = 0.79;      // mole fraction
 
 // Amount per batch of a procedure's contents comes over this time (s).
 double ReferenceTime(const CTalProcedure& proc) {
@@ -232,25 +229,7 @@ void CTalVessel::WriteIDR_Description(std::FILE* f, int flag) {
     }
 }
 
-void CTalVessel::InitDefaultContentsBeforeBatch() {
-    if (!m_DefaultContents) return;
-    CTalStateStream& air = *m_DefaultContents;
-    air.Zero(false, true);
-    air.SetTemp(298.15);
-    air.SetPress(kAtmosphere);
-    const CTalDocEss* doc = Flowsheet();
-    if (!doc) return;
-    const int nitrogen = air.GetComponentIndex(doc->GetComponentLocalName("Nitrogen"));
-    const int oxygen = air.GetComponentIndex(doc->GetComponentLocalName("Oxygen"));
-    const double batchTime = PlantBatchTime();
-    // Without either gas in the flowsheet the vessel starts empty.
-    if (nitrogen < 0 || oxygen < 0 || batchTime <= kZero) return;
-    const double kmol = m_Volume * kAtmosphere * m_NumberOfUnits / kAirReference;
-    air.SetComponentMoleFlow(nitrogen, kNitrogenInAir * kmol / batchTime);
-    air.SetComponentVaporFrac(nitrogen, 1.0);
-    air.SetComponentMoleFlow(oxygen, (1.0 - kNitrogenInAir) * kmol / batchTime);
-    air.SetComponentVaporFrac(oxygen, 1.0);
-}
+void CTalVessel::InitDefaultContentsBeforeBatch() { FillDefaultContentsWithAir(m_Volume); }
 
 void CTalVessel::AllocateDBEquipmentVariables() {
     CTalEquipment::AllocateDBEquipmentVariables();
