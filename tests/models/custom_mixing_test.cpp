@@ -6,7 +6,9 @@
 // 1 / (0.9 / 997.05 + 0.1 / 2170) = 1054.0231060965896 kg/m3; the add-in is water, 997.05 kg/m3.
 #include <gtest/gtest.h>
 
+#include "support/balances.hpp"
 #include "support/test_flowsheet.hpp"
+#include "unitops/contract/simulation.hpp"
 #include "unitops/models/throughput/mixture_making.hpp"
 
 namespace unitops {
@@ -86,8 +88,8 @@ TEST_F(CustomMixingTest, AnOutputMassFlowAddsTheDifference) {
     EXPECT_NEAR(op->m_OutputVolFlow, 2.5 / out->Density(), 1e-15);
 }
 
-// 3 L/s out: the water added fills 3e-3 - 1 / 1054.0231 m3/s, that is 2.04520299539 kg/s. The
-// specification fixes the outlet, which takes the flow found; no bid is made.
+// 3 L/s out: the water added fills 3e-3 - 1 / 1054.0231 m3/s, that is 2.04520299539 kg/s; that
+// flow is bid on the add-in, as for the other specifications.
 TEST_F(CustomMixingTest, AnOutputVolumeFlowIsMetAtTheDensityFixedPoint) {
     op->m_MixingSpec = CTalCustomMixing::kOutputVolume;
     op->m_OutputVolFlow = 3e-3;
@@ -95,7 +97,19 @@ TEST_F(CustomMixingTest, AnOutputVolumeFlowIsMetAtTheDensityFixedPoint) {
     ExpectOutletWith(2.04520299539, 2.05 * 1e-5);
     EXPECT_NEAR(out->VolFlow(), 3e-3, 3e-8);
     EXPECT_NEAR(op->m_MassFlowRatio, 2.04520299539, 2.05 * 1e-5);
-    EXPECT_FALSE(addIn->HasBPGFlowBid());
+    EXPECT_NEAR(addIn->BPGFlowBid(), 2.04520299539, 2.05 * 1e-5);
+}
+
+// In a simulated flowsheet the add-in feed is raised to the water that the outlet holds, so the
+// procedure closes its mass balance.
+TEST_F(CustomMixingTest, AnOutputVolumeFlowClosesMassInAFlowsheet) {
+    op->m_MixingSpec = CTalCustomMixing::kOutputVolume;
+    op->m_OutputVolFlow = 3e-3;
+    const SimulationResult result = Simulator(*doc).Run();
+    ASSERT_TRUE(result.completed) << (result.errors.empty() ? "" : result.errors.front());
+    EXPECT_NEAR(addIn->MassFlow(), 2.04520299539, 2.05 * 1e-5);
+    EXPECT_NEAR(out->VolFlow(), 3e-3, 3e-8);
+    test::ExpectMassClosesPerProcedure(*doc);
 }
 
 // 50 kg/m3 of salt: the outlet's mass fraction x solves x = 50 (x / 2170 + (1 - x) / 997.05),
@@ -163,6 +177,22 @@ TEST_F(CustomMixingTest, ImpossibleSpecificationsEndWithTheirMessages) {
     EXPECT_EQ(op->Messages().back().number, 14353u);
 }
 
+// Without its add-in stream the mixing is refused by the connection check, and a direct solve
+// ends with that check's message.
+TEST_F(CustomMixingTest, AMissingAddInStreamEndsWithTheConnectionMessage) {
+    proc->Disconnect(addIn);
+    const std::string message = "No stream is attached to input port 1, which the operation uses.\n";
+    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(nullptr), 0);
+    EXPECT_EQ(Solve(), 0);
+    ASSERT_FALSE(op->Messages().empty());
+    EXPECT_EQ(op->Messages().back().kind, MsgKind::Abnormal);
+    EXPECT_EQ(op->Messages().back().text, message);
+    const SimulationResult result = Simulator(*doc).Run();
+    EXPECT_FALSE(result.completed);
+    ASSERT_FALSE(result.errors.empty());
+    EXPECT_NE(result.errors.front().find(message), std::string::npos) << result.errors.front();
+}
+
 TEST_F(CustomMixingTest, AProcessStreamWithoutFlowEndsTheMixing) {
     process->SetMassFlow(0.0);
     EXPECT_EQ(Solve(), 0);
@@ -227,6 +257,25 @@ TEST_F(CustomMixingTest, TheReportNamesTheSpecification) {
     const std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
     EXPECT_NE(text.find("Mixing Specification = Output Mass Fraction\n"), std::string::npos) << text;
     EXPECT_NE(text.find("Design Component     = Sodium Chloride \n"), std::string::npos) << text;
+}
+
+// A concentration target reports the concentration only and a mass fraction target the fraction
+// only: the other one is neither wanted nor computed. 20 g/L of salt in the outlet is a mass
+// fraction x = 20 (x / 2170 + (1 - x) / 997.05), x = 0.0198440, not 0.02.
+TEST_F(CustomMixingTest, TheReportShowsOnlyTheTargetOfTheSpecification) {
+    op->m_MixingSpec = CTalCustomMixing::kOutputConc;
+    op->m_OutputConc = 20.0;
+    ASSERT_EQ(Solve(), 1) << Message();
+    std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    EXPECT_NE(text.find("Output Concentration = 20.0000"), std::string::npos) << text;
+    EXPECT_EQ(text.find("Output Mass Fraction"), std::string::npos) << text;
+
+    op->m_MixingSpec = CTalCustomMixing::kOutputMassFraction;
+    op->m_OutputMassFraction = 0.04;
+    ASSERT_EQ(Solve(), 1) << Message();
+    text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    EXPECT_NE(text.find("Output Mass Fraction = 0.0400"), std::string::npos) << text;
+    EXPECT_EQ(text.find("Output Concentration"), std::string::npos) << text;
 }
 
 }  // namespace

@@ -315,13 +315,44 @@ TEST_F(MixtureMakingTest, ChecksOfTheDataInTheirOrder) {
 }
 
 TEST_F(MixtureMakingTest, ConnectionsNeedTwoInputsAndAWellPosedCount) {
+    CWnd window;
     Feed(0, {1.0, 0.0, 0.0});
-    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(nullptr), 0);
+    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(&window), 0);
+    ASSERT_EQ(op->Messages().size(), 1u);
+    EXPECT_EQ(op->Messages().back().number, 14340u);
+    EXPECT_EQ(op->Messages().back().text,
+              "Error 100-08000:\n\nEvery mixing step must have at least two (2) input streams.");
+    op->ClearMessages();
     Feed(1, {0.8, 0.2, 0.0});
-    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(nullptr), 1);
-    EXPECT_EQ(op->IsReadyForSimulation(nullptr), 0);
+    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(&window), 1);
+    EXPECT_TRUE(op->Messages().empty());
+    EXPECT_EQ(op->IsReadyForSimulation(&window), 0);
+    ASSERT_EQ(op->Messages().size(), 1u);
+    EXPECT_EQ(op->Messages().back().number, 14394u);
+    EXPECT_EQ(op->Messages().back().text,
+              "Error 100-08031:\n\nThe problem is not well posed.\nFor n Input Streams, n-1 Component "
+              "Concentrations need to be specified.\nPlease revisit the operation dialog.");
+    op->ClearMessages();
     Spec(0, "Sodium Chloride", 10.0);
+    EXPECT_EQ(op->IsReadyForSimulation(&window), 1);
+    EXPECT_TRUE(op->Messages().empty());
+}
+
+// A blank design name leaves its row empty, as "(none)" does, in the count, the solve and the
+// report: with the salt in the second row, water and a 20 % brine mix 1 : 1 to 10 % salt.
+TEST_F(MixtureMakingTest, ABlankDesignNameIsAnEmptyRow) {
+    WaterAndBrineByFraction(0.1);
+    op->m_DesignComponentName[0] = "";
+    Spec(1, "Sodium Chloride", 0.1);
     EXPECT_EQ(op->IsReadyForSimulation(nullptr), 1);
+    ASSERT_EQ(Solve(), 1) << Message();
+    EXPECT_NEAR(Bid(0), 1.0, 1e-9);
+    EXPECT_NEAR(Bid(1), 1.0, 1e-9);
+    EXPECT_NEAR(out->ComponentFlow(1), 0.2, 1e-9);
+    const std::string text = test::Capture([&](std::FILE* f) { op->WriteIDR_Description(f); });
+    EXPECT_EQ(text.find("Design Component = \n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("Design Component = " + std::string(16, ' ')), std::string::npos) << text;
+    EXPECT_NE(text.find("Design Component = Sodium Chloride"), std::string::npos) << text;
 }
 
 TEST_F(MixtureMakingTest, WantedFlowsFollowTheBatchTimeAndMissingComponentsEmptyTheirRow) {

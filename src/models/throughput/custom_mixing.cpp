@@ -159,6 +159,9 @@ int CTalCustomMixing::SolveOutputVolume(Run& run) {
     if (i >= m_MaxIterations) return GiveUp(run, kMsgNotConverged);
     m_MassFlowRatio = (m_OutputMassFlow - run.Mp) / run.Mp;
     m_VolFlowRatio = run.rhoP / run.rhoA * m_MassFlowRatio;
+    // The outlet holds the add-in flow found: bid it, as every other specification does, so
+    // that the add-in stream carries what leaves and the procedure closes its mass balance.
+    run.addIn->SetBPGFlowBid(this, m_OutputMassFlow - run.Mp, 0);
     return 1;
 }
 
@@ -216,7 +219,8 @@ int CTalCustomMixing::Solve(CTalStateStream*, CTalStateStream* after, int skipSi
     run.process = InStream(kProcessPort);
     run.addIn = InStream(kAddInPort);
     run.out = &Outlet();
-    if (!run.process || !run.addIn) return AbnormalSimEnding("The custom mixing needs its process and add-in streams.\n");
+    // The connection check stops a simulation first; a direct call ends with its message.
+    if (!run.process || !run.addIn) return AbnormalSimEnding(MissingPortMessage(), 0, 1);
     run.copy = std::make_unique<CTalSModel>(Comps());
     run.addIn->CopyDataInto(*run.copy, 0);
     // An add-in with no flow keeps its composition: the copy takes a small flow so that its
@@ -277,11 +281,15 @@ int CTalCustomMixing::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Output Mass Flow     = %-15.4lf %s\n", m_OutputMassFlow, MassFlowDisplay().name);
         std::fprintf(f, "Output Volume Flow   = %-15.4lf %s\n", m_OutputVolFlow, VolFlowDisplay().name);
     }
+    // A concentration or fraction target shows only itself: the other measure of the design
+    // component is neither set nor computed by that specification.
     if (m_MixingSpec == kOutputConc || m_MixingSpec == kOutputMassFraction) {
         std::fprintf(f, "Design Component     = %-16s\n", m_DesignComponent.c_str());
-        std::fprintf(f, "Output Concentration = %-15.4lf %s\n", m_OutputConc, ConcentrationDisplay().name);
-        std::fprintf(f, "Output Mass Fraction = %-15.4lf\n", m_OutputMassFraction);
     }
+    if (m_MixingSpec == kOutputConc) {
+        std::fprintf(f, "Output Concentration = %-15.4lf %s\n", m_OutputConc, ConcentrationDisplay().name);
+    }
+    if (m_MixingSpec == kOutputMassFraction) std::fprintf(f, "Output Mass Fraction = %-15.4lf\n", m_OutputMassFraction);
     return 1;
 }
 

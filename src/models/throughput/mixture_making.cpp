@@ -147,18 +147,18 @@ int CTalAdjustedMixingBase::FinishThroughput(const CTalStream& out, int skipSizi
 }
 
 int CTalAdjustedMixingBase::DesignIndex(const std::string& name) const {
-    return name == kNone ? -1 : GetComponentIndex(name);
+    return IsEmptyDesign(name) ? -1 : GetComponentIndex(name);
 }
 
 void CTalAdjustedMixingBase::ForgetIfMissing(std::string& name, const ComponentList& comps) {
-    if (name == kNone || FindComponentByName(comps, name) >= 0) return;
+    if (IsEmptyDesign(name) || FindComponentByName(comps, name) >= 0) return;
     name = kNone;
     ForceReinitialization();
 }
 
 double CTalAdjustedMixingBase::MolecularWeight(const std::string& name, double unknown) const {
     const CTalDocEss* doc = Flowsheet();
-    const CTalPureComponent* c = doc && name != kNone ? doc->ComponentDefPtr(name) : nullptr;
+    const CTalPureComponent* c = doc && !IsEmptyDesign(name) ? doc->ComponentDefPtr(name) : nullptr;
     return c ? c->MolecularWeight() : unknown;
 }
 
@@ -270,7 +270,7 @@ void CTalMixtureMaking::InitSimModelParams() {
 
 int CTalMixtureMaking::CountSpecs() const {
     return static_cast<int>(std::count_if(m_DesignComponentName.begin(), m_DesignComponentName.end(),
-                                          [](const std::string& n) { return n != kNone && !n.empty(); }));
+                                          [](const std::string& n) { return !IsEmptyDesign(n); }));
 }
 
 // ---------------------------------------------------------------- mixture making: connections
@@ -288,7 +288,7 @@ int CTalMixtureMaking::IsReadyForSimulation(CWnd* wnd) {
         if (wnd) ShowSimMsg(kMsgNotWellPosed, 0);
         return 0;
     }
-    return CTalThroughputOp::IsAdequatelyConnectedForSimulation(wnd);
+    return CTalThroughputOp::IsReadyForSimulation(wnd);
 }
 
 void CTalMixtureMaking::GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const {
@@ -323,7 +323,7 @@ int CTalMixtureMaking::IsSimDataComplete(int group, CTalModelPP* page, bool flag
         if (m_NumberOfSpecs == m) {
             // Each row against the first three: a repeat among them is reported once.
             for (std::size_t i = 0; i < kRows; ++i) {
-                if (m_DesignComponentName[i] == kNone) continue;
+                if (IsEmptyDesign(m_DesignComponentName[i])) continue;
                 for (std::size_t j = 0; j < 3; ++j) {
                     if (j != i && m_DesignComponentName[j] == m_DesignComponentName[i]) {
                         return ReportMessage(page, 0x601,
@@ -336,7 +336,7 @@ int CTalMixtureMaking::IsSimDataComplete(int group, CTalModelPP* page, bool flag
         }
         for (std::size_t i = 0; i < kRows; ++i) {
             const char* name = m_DesignComponentName[i].c_str();
-            if (m_DesignComponentName[i] == kNone) continue;
+            if (IsEmptyDesign(m_DesignComponentName[i])) continue;
             if (m_SpecifyByConc && m_DesignConc[i] < 1e-15) {
                 return ReportRange(page, 0x601, Format("Concentration of %12s", name), 0x640);
             }
@@ -390,7 +390,7 @@ double CTalMixtureMaking::SpecError(const CTalStream& out) const {
     const double M = out.MassFlow(kPerSecond, false);
     const double V = out.VolFlow(kPerSecond, false);
     for (std::size_t i = 0; i < kRows; ++i) {
-        if (m_DesignComponentName[i] == kNone) continue;
+        if (IsEmptyDesign(m_DesignComponentName[i])) continue;
         const double flow = out.ComponentFlow(m_DesignComponentName[i]);
         const double spec = m_SpecifyByConc ? m_DesignConc[i] : m_DesignMassFraction[i];
         const double achieved = m_SpecifyByConc ? flow / V : flow / M;
@@ -508,7 +508,7 @@ int CTalMixtureMaking::Solve(CTalStateStream*, CTalStateStream* after, int skipS
         return GiveUp(run, Format(kCountText, run.n, m_NumberOfSpecs, m_NumberOfSpecs - 1));
     }
     for (std::size_t i = 0; i < kRows; ++i) {
-        if (m_DesignComponentName[i] != kNone) run.rows.push_back(i);
+        if (!IsEmptyDesign(m_DesignComponentName[i])) run.rows.push_back(i);
     }
     for (std::size_t row : run.rows) {
         const std::string& name = m_DesignComponentName[row];
@@ -576,7 +576,7 @@ int CTalMixtureMaking::WriteIDR_Description(std::FILE* f) {
         std::fprintf(f, "Outlet Strm Flow = %-15.4lf (vol)\n", m_OutputVolFlow);
     }
     for (std::size_t i = 0; i < kRows; ++i) {
-        if (m_DesignComponentName[i] == kNone) continue;
+        if (IsEmptyDesign(m_DesignComponentName[i])) continue;
         std::fprintf(f, "Design Component = %-16s\n", m_DesignComponentName[i].c_str());
         if (m_SpecifyByConc) {
             std::fprintf(f, "Outlet Concentrn = %-15.4lf %-12s \n", m_DesignConc[i], ConcDisplay(i).name);

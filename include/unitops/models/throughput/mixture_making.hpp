@@ -25,6 +25,8 @@ namespace unitops {
 class CTalAdjustedMixingBase : public CTalThroughputOp {
 public:
     static constexpr const char* kNoComponent = "(none)";  //!< an empty design row
+    //! Whether a design name leaves its row empty: "(none)" or a blank name.
+    static bool IsEmptyDesign(const std::string& name) { return name.empty() || name == kNoComponent; }
     bool IsOutPortUsed(int, int) const override { return true; }
     bool InitiatesBPG() const override { return true; }
     void UpdateForNewPlantBatchTime(double oldTime, double newTime) override;
