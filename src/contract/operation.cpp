@@ -119,10 +119,15 @@ void CTalOperation::SetOwner(CTalProcedure* owner) {
 
 // Every port that the operation takes from or gives to must hold a stream.
 int CTalOperation::IsAdequatelyConnectedForSimulation(CWnd* wnd) {
-    const std::string missing = MissingPortStream();
-    if (missing.empty()) return 1;
-    if (wnd) ShowSimMsg("No stream is attached to " + missing + ", which the operation uses.\n", 0);
+    const std::string message = MissingPortMessage();
+    if (message.empty()) return 1;
+    if (wnd) ShowSimMsg(message, 0);
     return 0;
+}
+
+std::string CTalOperation::MissingPortMessage() const {
+    const std::string missing = MissingPortStream();
+    return missing.empty() ? missing : "No stream is attached to " + missing + ", which the operation uses.\n";
 }
 
 std::string CTalOperation::MissingPortStream() const {

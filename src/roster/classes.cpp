@@ -16,6 +16,7 @@
 #include "unitops/models/heat_flow/heating.hpp"
 #include "unitops/models/heat_flow/valves.hpp"
 #include "unitops/models/throughput/custom_splitting.hpp"
+#include "unitops/models/throughput/mixture_making.hpp"
 #include "unitops/models/throughput/stream_mixing.hpp"
 #include "unitops/models/throughput/stream_splitting.hpp"
 #include "unitops/models/throughput/throughput_equipment.hpp"
@@ -138,6 +139,8 @@ const ClassRegistry& RosterClasses() {
                  RUNTIME_CLASS(CTalGBXStoichRxnOp), RUNTIME_CLASS(CTalPassThroughGBX),
                  // Design specifications
                  RUNTIME_CLASS(CTalDesignSpec), RUNTIME_CLASS(CTalFlowDesignSpec),
+                 // Mixings that adjust the flows of their inputs
+                 RUNTIME_CLASS(CTalCustomMixing), RUNTIME_CLASS(CTalMixtureMaking),
                  // Cloth filtration and cake wash
                  RUNTIME_CLASS(CTalClothFiltration), RUNTIME_CLASS(CTalCakeWashOp), RUNTIME_CLASS(CTalClothFilter), RUNTIME_CLASS(CTalPlateAndFrameFilter),
                  // Rotary vacuum and dead-end filtration

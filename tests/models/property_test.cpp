@@ -267,6 +267,27 @@ const std::map<unsigned, Settings>& ProcedureSettings() {
         return true;
     }();
     (void)genericBoxesAdded;
+    // Mixings that adjust their inputs: custom mixing adds half the process flow; mixture making
+    // takes two liquid inputs (water, and a brine with at least 0.1 kg/s salt) to 1 kg/s at half
+    // the brine's salt fraction.
+    static const bool adjustedMixingsAdded = [&] {
+        settings[0xA08F] = [](CTalDocEss&, CTalProcedure& p) { p.GetOp(0)->MemberRows().Find("MassFlowRatio")->set(*p.GetOp(0), 0.5); };
+        settings[0xA09A] = [](CTalDocEss& doc, CTalProcedure& p) {
+            for (int port = 2; port < p.NumberOfInPorts(); ++port) {
+                if (p.InStream(port)) p.Disconnect(p.InStream(port));
+            }
+            KeepOnly(doc, p, 0, {"Water"}, 0.1);
+            KeepOnly(doc, p, 1, {"Sodium Chloride", "Water"}, 0.1);
+            CTalOperation& op = *p.GetOp(0);
+            const double brine = p.InStream(1)->ComponentMassFrac("Sodium Chloride");
+            op.MemberRows().Find("SpecifyByConc")->set(op, 0);
+            op.MemberRows().Find("OutputMassFlow")->set(op, 1.0);
+            op.MemberRows().Find("DesignComponentName1")->set(op, std::string("Sodium Chloride"));
+            op.MemberRows().Find("DesignMassFraction1")->set(op, 0.5 * brine);
+        };
+        return true;
+    }();
+    (void)adjustedMixingsAdded;
     return settings;
 }
 

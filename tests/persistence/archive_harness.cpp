@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 #include "unitops/contract/archive.hpp"
@@ -119,5 +120,18 @@ unsigned HostProcedureFor(const CRuntimeClass& cls) {
     }
     return 0xA087;  // two-stream mixing
 }
+
+namespace {
+template <class T>
+void PutBytes(std::vector<std::uint8_t>& bytes, T v) {
+    std::uint8_t raw[sizeof(T)];
+    std::memcpy(raw, &v, sizeof(T));  // the archive is little-endian, as this machine
+    bytes.insert(bytes.end(), raw, raw + sizeof(T));
+}
+}  // namespace
+
+void PutDouble(std::vector<std::uint8_t>& bytes, double v) { PutBytes(bytes, v); }
+void PutInt32(std::vector<std::uint8_t>& bytes, std::int32_t v) { PutBytes(bytes, v); }
+void PutWord(std::vector<std::uint8_t>& bytes, std::uint16_t v) { PutBytes(bytes, v); }
 
 }  // namespace unitops::test

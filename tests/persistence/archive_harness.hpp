@@ -55,4 +55,10 @@ std::vector<double> VersionsNamedBy(const CRuntimeClass& cls);
 //! default operation it is, else a two-stream mixing procedure.
 unsigned HostProcedureFor(const CRuntimeClass& cls);
 
+//! Appends a value as the archive keeps it (little-endian), to write the part of an older file
+//! by hand: a double, a 32-bit integer, a 16-bit word.
+void PutDouble(std::vector<std::uint8_t>& bytes, double v);
+void PutInt32(std::vector<std::uint8_t>& bytes, std::int32_t v);
+void PutWord(std::vector<std::uint8_t>& bytes, std::uint16_t v);
+
 }  // namespace unitops::test

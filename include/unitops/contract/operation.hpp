@@ -203,6 +203,8 @@ public:
     //! The first port that this operation uses (`IsInPortUsed`, `IsOutPortUsed`) but that holds
     //! no stream, as "input port 2"; empty when all hold one. The vent port is not asked.
     std::string MissingPortStream() const;
+    //! The connection check's message for the first port without its stream; empty when none.
+    std::string MissingPortMessage() const;
     int InPortsAvailable() const { return NumberOfInStreams(); }
     int OutPortsAvailable() const { return NumberOfOutStreams(); }
     CTalStateStream* GetStateBefore() const;
