@@ -1,5 +1,6 @@
 #include "unitops/contract/operation.hpp"
 
+#include <algorithm>
 #include <cassert>
 
 #include "unitops/contract/archive.hpp"
@@ -131,7 +132,7 @@ std::string CTalOperation::MissingPortMessage() const {
 }
 
 std::string CTalOperation::MissingPortStream() const {
-    for (int p = 0; p < NumberOfInStreams(); ++p) {
+    for (int p = 0; p < std::max(NumberOfInStreams(), InPortsNeeded()); ++p) {
         if (IsInPortUsed(p, 0) && !InStream(p)) return "input port " + std::to_string(p + 1);
     }
     // A vent without a stream is the operation's to report: it runs and warns that its emissions

@@ -193,6 +193,19 @@ TEST_F(CustomMixingTest, AMissingAddInStreamEndsWithTheConnectionMessage) {
     EXPECT_NE(result.errors.front().find(message), std::string::npos) << result.errors.front();
 }
 
+// In a procedure with a single input the process port does not exist: the connection check
+// refuses it by name instead of passing and leaving the solve without a message.
+TEST(CustomMixing, AProcedureWithoutAProcessPortFailsTheConnectionCheck) {
+    auto doc = test::MakeDoc({"Water", "Sodium Chloride"});
+    CTalProcedure& proc = test::AddProcedure(*doc, "P-1", 0xA080, false);  // one input
+    auto op = CTalOperation::Create<CTalCustomMixing>(&proc);
+    proc.ConnectIn(0, &test::AddFeed(*doc, "ADD", {1.0, 0.0}, 298.15, 101325.0));
+    CWnd window;
+    EXPECT_EQ(op->IsAdequatelyConnectedForSimulation(&window), 0);
+    ASSERT_FALSE(op->Messages().empty());
+    EXPECT_EQ(op->Messages().back().text, "No stream is attached to input port 2, which the operation uses.\n");
+}
+
 TEST_F(CustomMixingTest, AProcessStreamWithoutFlowEndsTheMixing) {
     process->SetMassFlow(0.0);
     EXPECT_EQ(Solve(), 0);

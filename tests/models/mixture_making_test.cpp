@@ -336,6 +336,11 @@ TEST_F(MixtureMakingTest, ConnectionsNeedTwoInputsAndAWellPosedCount) {
     Spec(0, "Sodium Chloride", 10.0);
     EXPECT_EQ(op->IsReadyForSimulation(&window), 1);
     EXPECT_TRUE(op->Messages().empty());
+    // Well posed, it is ready only when its outlet holds a stream.
+    proc->Disconnect(proc->OutStream(0));
+    EXPECT_EQ(op->IsReadyForSimulation(&window), 0);
+    ASSERT_EQ(op->Messages().size(), 1u);
+    EXPECT_EQ(op->Messages().back().text, "No stream is attached to output port 1, which the operation uses.\n");
 }
 
 // A blank design name leaves its row empty, as "(none)" does, in the count, the solve and the

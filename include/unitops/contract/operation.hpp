@@ -203,6 +203,9 @@ public:
     //! The first port that this operation uses (`IsInPortUsed`, `IsOutPortUsed`) but that holds
     //! no stream, as "input port 2"; empty when all hold one. The vent port is not asked.
     std::string MissingPortStream() const;
+    //! The input ports the operation needs whatever procedure holds it (0: only those the
+    //! procedure has are asked); a procedure with fewer ports then fails the connection check.
+    virtual int InPortsNeeded() const { return 0; }
     //! The connection check's message for the first port without its stream; empty when none.
     std::string MissingPortMessage() const;
     int InPortsAvailable() const { return NumberOfInStreams(); }

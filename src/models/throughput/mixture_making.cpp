@@ -288,7 +288,8 @@ int CTalMixtureMaking::IsReadyForSimulation(CWnd* wnd) {
         if (wnd) ShowSimMsg(kMsgNotWellPosed, 0);
         return 0;
     }
-    return CTalThroughputOp::IsReadyForSimulation(wnd);
+    // A well-posed mixture is ready when its ports hold their streams.
+    return CTalThroughputOp::IsAdequatelyConnectedForSimulation(wnd);
 }
 
 void CTalMixtureMaking::GetStreamsInitiatingBPG(std::vector<CTalStream*>& streams) const {

@@ -74,6 +74,7 @@ public:
 
     void Serialize(CArchive& ar) override;
     bool IsInPortUsed(int port, int) const override { return port == kProcessPort || port == kAddInPort; }
+    int InPortsNeeded() const override { return 2; }
     void UpdateForNewCompDef(const ComponentList& oldComps) override;
     void UpdateCompInfoFromOldFlowsheet(const ComponentList& oldComps, const ComponentList& newComps) override;
     void IngredientRenamed(const std::string& from, const std::string& to) override;
