@@ -16,17 +16,8 @@
 namespace unitops {
 namespace {
 
-void PutDouble(std::vector<std::uint8_t>& bytes, double v) {
-    std::uint8_t raw[8];
-    std::memcpy(raw, &v, 8);  // the archive is little-endian, as this machine
-    bytes.insert(bytes.end(), raw, raw + 8);
-}
-
-void PutInt32(std::vector<std::uint8_t>& bytes, std::int32_t v) {
-    std::uint8_t raw[4];
-    std::memcpy(raw, &v, 4);
-    bytes.insert(bytes.end(), raw, raw + 4);
-}
+using test::PutDouble;
+using test::PutInt32;
 
 constexpr std::size_t kComponents = 2;
 // IsRelativeVolumeSet, WashType, WashInPort and WashOutPort take 4 bytes each, the four reals 8.

@@ -13,11 +13,7 @@
 namespace unitops {
 namespace {
 
-void PutDouble(std::vector<std::uint8_t>& bytes, double v) {
-    std::uint8_t raw[8];
-    std::memcpy(raw, &v, 8);  // the archive is little-endian, as this machine
-    bytes.insert(bytes.end(), raw, raw + 8);
-}
+using test::PutDouble;
 
 double DoubleAt(const std::vector<std::uint8_t>& bytes, std::size_t at) {
     double v = 0.0;
