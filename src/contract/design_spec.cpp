@@ -23,7 +23,7 @@ const MemberTable& CTalDesignSpec::Members() {
     using namespace members;
     using C = CTalDesignSpec;
     // A stream named in a flowsheet file must exist when the name is read; a saved file's
-    // specification is read before the flowsheet is known, and takes the name as it stands.
+    // design specification is read before the flowsheet is known, and takes the name as it stands.
     const auto streamName = [](std::string C::*m, bool feedOnly) {
         return Computed(feedOnly ? "ManipulatedStream" : "ControlledStream", MemberType::Text, Quantity::None, display::kNone,
                         [m](const CObject& o) -> MemberValue { return static_cast<const C&>(o).*m; },
@@ -104,7 +104,7 @@ void CTalDesignSpec::StreamHasBeenRemoved(const CTalStream* s) {
 
 int CTalDesignSpec::IsSimDataComplete(int group, CTalModelPP* page, bool flag, int askUser) {
     return WithInternalUnits(*this, [&] {
-        // A specification without a stream to control is idle: the host leaves it out.
+        // A design specification without a stream to control is idle: the host leaves it out.
         if (InGroup(group, 2) && IsActive()) {
             if (m_ManipulatedStream.empty()) return ReportMessage(page, 0x601, "No manipulated stream has been specified.", 0, kStopBox);
             if (!ManipulatedStream()) {
@@ -263,7 +263,7 @@ bool DesignSpecConvergence::Run(const std::function<bool()>& evaluate, std::vect
         states.push_back(State{spec, {}, false, false});
     }
     if (!errors.empty()) return false;
-    // Each run is followed by a step of every specification that has not met its set point and
+    // Each run is followed by a step of every design specification that has not met its set point and
     // can still move; the iteration ends when all are met or none can move.
     for (;;) {
         if (!evaluate()) return false;

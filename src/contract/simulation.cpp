@@ -184,7 +184,7 @@ void Simulator::RunPass(const std::vector<CTalProcedure*>& order, bool firstSwee
 // Iterates the loops: each pass solves every procedure from the tear streams' guesses, and the
 // tear streams take the next guess until they repeat what their sources make.
 // The design specifications step their feeds between runs whose recycle loops have converged;
-// without specifications one converged run.
+// without design specifications one converged run.
 void Simulator::RunConverged(SimulationResult& result, bool firstSweep) {
     std::vector<CTalDesignSpec*> specs;
     for (const auto& p : doc_.Procedures()) {
@@ -325,7 +325,7 @@ SimulationResult Simulator::Run(ValidationSink* sink) {
     ValidationSink& checks = sink ? *sink : ownSink;
     const std::size_t issuesBefore = checks.Issues().size();
     // Each run starts from the feeds as the flowsheet gives them, whatever the last run (a design
-    // specification, for one) left in them: the checks see those feeds too.
+    // design specification, for one) left in them: the checks see those feeds too.
     for (const auto& s : doc_.Streams()) {
         if (auto* feed = dynamic_cast<CTalInputStream*>(s.get())) feed->RestoreDefinition();
     }

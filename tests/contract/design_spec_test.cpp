@@ -234,7 +234,7 @@ TEST(DesignSpec, TheSavedFileKeepsTheSpecification) {
     const SimulationResult again = Simulator(*const_cast<CTalDocEss*>(back.get())).Run();
     ASSERT_TRUE(again.completed);
     EXPECT_NEAR(KgPerHour(*back, "PRODUCT"), 400.0, 1e-9);
-    // A file of 6.5 knew no design specifications: the specification comes back idle.
+    // A file of 6.5 knew no design specifications: the design specification comes back idle.
     const auto old = LoadSavedFlowsheet(SaveFlowsheet(*doc, nullptr, 6.5), "old.uof");
     EXPECT_TRUE(Spec(*old).m_ControlledStream.empty());
     EXPECT_FALSE(Spec(*old).IsActive());

@@ -1,4 +1,4 @@
-// Custom mixing: each of the six specifications on a brine diluted by water against a hand
+// Custom mixing: each of the six mixing specifications on a brine diluted by water against a hand
 // value, the bids on the add-in, the abnormal ends (which leave the plain mixture and bid
 // nothing), the checks of the data and the older files.
 //
@@ -89,7 +89,7 @@ TEST_F(CustomMixingTest, AnOutputMassFlowAddsTheDifference) {
 }
 
 // 3 L/s out: the water added fills 3e-3 - 1 / 1054.0231 m3/s, that is 2.04520299539 kg/s; that
-// flow is bid on the add-in, as for the other specifications.
+// flow is bid on the add-in, as for the other mixing specifications.
 TEST_F(CustomMixingTest, AnOutputVolumeFlowIsMetAtTheDensityFixedPoint) {
     op->m_MixingSpec = CTalCustomMixing::kOutputVolume;
     op->m_OutputVolFlow = 3e-3;

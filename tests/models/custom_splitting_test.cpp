@@ -1,4 +1,4 @@
-// Custom splitting: each specification against hand values, the feed raised through
+// Custom splitting: each splitting specification against hand values, the feed raised through
 // back-propagation when an outlet asks for more than it holds, and the requests from downstream.
 #include <gtest/gtest.h>
 

@@ -450,7 +450,7 @@ TEST_F(ExchangingTest, ACrossingSwitchesToAFiveKelvinApproachForGood) {
     EXPECT_EQ(x->m_PerformanceSpec, CTalHeatExchanging::kMinTempApproach);
     EXPECT_NEAR(Out(0).Temp(), 25.0 + kC, 1e-9);
     EXPECT_NEAR(HotDuty(), ColdDuty(), 1e-6);
-    EXPECT_EQ(Solve(), 1);  // the next pass runs under the new specification
+    EXPECT_EQ(Solve(), 1);  // the next pass runs under the new performance specification
     EXPECT_EQ(x->m_PerformanceSpec, CTalHeatExchanging::kMinTempApproach);
     // Co-current: an outlet of the hot side at or below that of the cold side crosses.
     x->m_FlowType = CTalHeatExchanging::kCoCurrent;
@@ -475,7 +475,7 @@ TEST_F(ExchangingTest, RatingFindsTheApproachOfTheInstalledArea) {
     EXPECT_NEAR(HotDuty(), ColdDuty(), 1e-6);
     EXPECT_NEAR(Out(0).Temp(), 20.0 + kC + x->m_MinTempApproach, 1e-9);
     EXPECT_NEAR(x->CapacityUtilF(), 1.0, 0.01 / hx->m_Area);
-    // A specification other than the approach is restored after the search.
+    // A performance specification other than the approach is restored after the search.
     x->m_PerformanceSpec = CTalHeatExchanging::kHotStreamTempDecrease;
     x->m_HotStreamTempDecrease = 60.0;
     EXPECT_EQ(Solve(), 0);

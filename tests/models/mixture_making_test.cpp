@@ -1,5 +1,5 @@
 // Mixture making: the input flows solved from the wanted outlet against hand solutions (the
-// lever rule for two inputs, a 3x3 balance for three), the explanations of a specification that
+// lever rule for two inputs, a 3x3 balance for three), the explanations of a mixing specification that
 // the inputs cannot meet, the downstream demand, the checks of the data and the older files.
 //
 // Hand values: water 997.05, sodium chloride 2170 and acetic acid 1044.6 kg/m3, volumes additive.
@@ -84,7 +84,7 @@ TEST_F(MixtureMakingTest, TwoInputsByMassFractionFollowTheLeverRule) {
     EXPECT_NEAR(Bid(1), 0.5, 1e-12);
     EXPECT_NEAR(out->MassFlow(), 2.0, 1e-12);
     EXPECT_NEAR(out->ComponentFlow(1), 0.1, 1e-12);
-    // The other form of the specification is derived: the concentration of the outlet.
+    // The other form of the mixing specification is derived: the concentration of the outlet.
     EXPECT_NEAR(op->m_DesignConc[0], 0.1 / out->VolFlow(), 1e-9);
     EXPECT_NEAR(op->m_OutputVolFlow, 2.0 / out->Density(), 1e-15);
 }
@@ -171,7 +171,7 @@ TEST_F(MixtureMakingTest, ThroughputPowerAndUtilisationOfTheUnits) {
     EXPECT_EQ(op->CapacityUtilF(), 1.0);
 }
 
-// ---------------------------------------------------------------- specifications not met
+// ---------------------------------------------------------------- mixing specifications not met
 
 TEST_F(MixtureMakingTest, ASpecAboveEveryInputIsTooHigh) {
     WaterAndBrineByFraction(0.3);

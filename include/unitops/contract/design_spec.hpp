@@ -47,7 +47,7 @@ public:
     virtual double GetControlledVariableValue() const;
     virtual double GetSetPoint() const { return m_SetPoint; }
 
-    //! True when the specification names a stream to control; the host converges only those.
+    //! True when the design specification names a stream to control; the host converges only those.
     bool IsActive() const { return !m_ControlledStream.empty(); }
     CTalStream* ControlledStream() const;
     CTalStream* ManipulatedStream() const;
@@ -74,14 +74,14 @@ private:
 };
 
 //! The secant iteration of the design specifications. `evaluate` runs the flowsheet once (the
-//! recycle loops converged) and answers false when that run failed. Every specification takes a
+//! recycle loops converged) and answers false when that run failed. Every design specification takes a
 //! step per run: the first in proportion (the controlled flow taken as proportional to the
 //! manipulated one), the next along the secant of its last two runs, each kept within its bounds.
-//! Errors name each specification that cannot meet its set point.
+//! Errors name each design specification that cannot meet its set point.
 class DesignSpecConvergence {
 public:
     explicit DesignSpecConvergence(std::vector<CTalDesignSpec*> specs) : specs_(std::move(specs)) {}
-    //! False (with `errors`) when a specification could not be prepared, the run failed, or a set
+    //! False (with `errors`) when a design specification could not be prepared, the run failed, or a set
     //! point was not met; the flowsheet then holds the last run.
     bool Run(const std::function<bool()>& evaluate, std::vector<std::string>& errors);
 
@@ -94,7 +94,7 @@ private:
         std::vector<Trial> trials;
         bool done = false;
         bool stuck = false;  //!< at a bound with the step pointing beyond it
-        int steps = 0;       //!< steps taken in this sweep (the run's count is the specification's)
+        int steps = 0;       //!< steps taken in this sweep (the run's count is the design specification's)
     };
     //! The next value of the manipulated variable, within its bounds.
     static double NextValue(State& s);

@@ -159,7 +159,7 @@ int CTalCustomMixing::SolveOutputVolume(Run& run) {
     if (i >= m_MaxIterations) return GiveUp(run, kMsgNotConverged);
     m_MassFlowRatio = (m_OutputMassFlow - run.Mp) / run.Mp;
     m_VolFlowRatio = run.rhoP / run.rhoA * m_MassFlowRatio;
-    // The outlet holds the add-in flow found: bid it, as every other specification does, so
+    // The outlet holds the add-in flow found: bid it, as every other mixing specification does, so
     // that the add-in stream carries what leaves and the procedure closes its mass balance.
     run.addIn->SetBPGFlowBid(this, m_OutputMassFlow - run.Mp, 0);
     return 1;
@@ -276,13 +276,13 @@ int CTalCustomMixing::WriteIDR_Description(std::FILE* f) {
     std::fprintf(f, "Mixing Specification = %s\n", kSpecs[std::clamp(m_MixingSpec, 1, 6) - 1]);
     std::fprintf(f, "Mass Flow Ratio      = %-15.4lf\n", m_MassFlowRatio);
     std::fprintf(f, "Volume Flow Ratio    = %-15.4lf\n", m_VolFlowRatio);
-    // The output flows are set or found by the flow and ratio specifications only.
+    // The output flows are set or found only by the mixing specifications on a flow or a ratio.
     if (m_MixingSpec <= kOutputVolume) {
         std::fprintf(f, "Output Mass Flow     = %-15.4lf %s\n", m_OutputMassFlow, MassFlowDisplay().name);
         std::fprintf(f, "Output Volume Flow   = %-15.4lf %s\n", m_OutputVolFlow, VolFlowDisplay().name);
     }
     // A concentration or fraction target shows only itself: the other measure of the design
-    // component is neither set nor computed by that specification.
+    // component is neither set nor computed by that mixing specification.
     if (m_MixingSpec == kOutputConc || m_MixingSpec == kOutputMassFraction) {
         std::fprintf(f, "Design Component     = %-16s\n", m_DesignComponent.c_str());
     }

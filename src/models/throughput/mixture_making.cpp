@@ -405,7 +405,7 @@ double CTalMixtureMaking::SpecError(const CTalStream& out) const {
 
 // The balance is linear in the input flows once the mixture's density is known; the density
 // follows from the mixture found, so the two are repeated until the outlet meets the
-// specification. A matrix with a zero pivot (two inputs alike in the specified components) ends
+// mixing specification. A matrix with a zero pivot (two inputs alike in the specified components) ends
 // the loop as a failure, which the explanation then traces.
 bool CTalMixtureMaking::Iterate(Run& run) {
     const auto n = static_cast<std::size_t>(run.n);

@@ -1,5 +1,5 @@
 #pragma once
-// Mixing that adjusts the flows of its inputs to meet a specification on the mixture.
+// Mixing that adjusts the flows of its inputs so that the mixture meets a mixing specification.
 //
 // Custom mixing takes a process stream as it comes and adjusts the flow of one add-in stream so
 // that the mixture meets a flow ratio, a total flow, or a concentration or mass fraction of one
@@ -105,7 +105,7 @@ private:
     int SolveOutputVolume(Run& run);
     int SolveOutputConc(Run& run);
     int SolveOutputMassFraction(Run& run);
-    //! After a ratio or flow specification: the outlet's flows, concentration and fraction.
+    //! After a mixing specification on a ratio or a flow: the outlet's flows, concentration and fraction.
     void ReadOutlet(const CTalStream& out);
 };
 
@@ -162,13 +162,13 @@ private:
     //! Gives up: the plain mixture of the inputs at their flows, each bid at its own flow.
     int GiveUp(Run& run, const MsgText& message);
     //! The fixed point on the mixture's density around the linear balance; true when it met
-    //! the specification.
+    //! the mixing specification.
     bool Iterate(Run& run);
-    //! Why the specification could not be met, for the message of a failure.
+    //! Why the mixing specification could not be met, for the message of a failure.
     std::string Explain(Run& run) const;
     //! The component balance of row i at density r: the wanted flow of its component (kg/s).
     double WantedComponentFlow(std::size_t row, double r) const;
-    //! Relative error of the outlet against the specification.
+    //! Relative error of the outlet against the mixing specification.
     double SpecError(const CTalStream& out) const;
     void ForgetMissingComponents(const ComponentList& comps);
 };
