@@ -13,7 +13,9 @@ namespace unitops {
 namespace {
 
 constexpr double kTimeTolerance = 1e-9;  // s: starts and ends closer than this coincide
-constexpr long long kMostOperationCycles = 2000000;  // keeps the plan of a batch within memory
+// Every operation cycle is a row of the schedule table and an entry of the JSON results; beyond
+// this many the plan of one batch is no longer a readable report and its reports grow without bound.
+constexpr long long kMostOperationCycles = 10000;
 
 std::string OpName(const CTalOperation& op) { return op.Owner()->Name() + "/" + op.Name(); }
 

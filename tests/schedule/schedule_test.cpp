@@ -382,10 +382,17 @@ namespace unitops::test {
 namespace {
 
 TEST(StartRelations, TooManyOperationCyclesAreRefusedNotAllocated) {
+    // Two operations: 5,000 cycles make the most operation cycles a batch may have, one more is refused.
     auto doc = LoadFlowsheet(CyclingVessel(1), "many");
-    doc->Procedures()[0]->SetNumberOfCycles(2000000000);
-    EXPECT_EQ(ComputeSchedule(*doc).error,
-              "the batch procedures have more than 2000000 operation cycles in all (operations times cycles); too many to schedule");
+    doc->Procedures()[0]->SetNumberOfCycles(5000);
+    const BatchSchedule most = ComputeSchedule(*doc);
+    EXPECT_EQ(most.error, "");
+    EXPECT_EQ(most.operations.size(), 10000u);
+    for (const int cycles : {5001, 2000000000}) {
+        doc->Procedures()[0]->SetNumberOfCycles(cycles);
+        EXPECT_EQ(ComputeSchedule(*doc).error,
+                  "the batch procedures have more than 10000 operation cycles in all (operations times cycles); too many to schedule");
+    }
 }
 
 }  // namespace
