@@ -319,7 +319,7 @@ CTalStream* CTalOperation::OutStream(int port) const { return m_Owner ? m_Owner-
 
 CTalStream* CTalOperation::GetStream(int portId) const {
     if (portId > 0) return InStream(portId - 1);
-    if (portId < 0) return OutStream(-portId - 1);
+    if (portId < 0) return OutStream(-(portId + 1));  // written so that the lowest int does not overflow
     return nullptr;
 }
 

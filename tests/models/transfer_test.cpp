@@ -1,6 +1,9 @@
 // Transfers into and out of vessels: charge, transfer in, transfer out, pull out.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <limits>
+
 #include "support/test_flowsheet.hpp"
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
@@ -326,6 +329,29 @@ TEST_F(TransferTest, Descriptions) {
     tin.ConvertToDisplayUnits();
     tin.GetCustomDescription(text);
     EXPECT_EQ(text, "Transfer in for 0.00 min from Unknown");
+}
+
+// A damaged file can hold any port number: the ends of the int range name no stream and no port,
+// and the description prints the number as read.
+TEST_F(TransferTest, PortNumbersAtTheEndsOfTheIntRangeNameNoPort) {
+    CTalTransferOutOp& tout = Add<CTalTransferOutOp>(std::numeric_limits<int>::min());
+    CTalPullOutOp& pull = Add<CTalPullOutOp>(std::numeric_limits<int>::min());
+    CTalTransferInOp& tin = Add<CTalTransferInOp>(std::numeric_limits<int>::max());
+    for (CTalTransferOp* op : std::initializer_list<CTalTransferOp*>{&tout, &pull, &tin}) EXPECT_EQ(op->TransferStream(), nullptr);
+    for (int port : {0, 1, 2}) {
+        EXPECT_FALSE(tout.IsOutPortUsed(port, 0)) << port;
+        EXPECT_FALSE(pull.IsOutPortUsed(port, 0)) << port;
+        EXPECT_FALSE(tin.IsInPortUsed(port, 0)) << port;
+    }
+    std::FILE* f = std::tmpfile();
+    ASSERT_NE(f, nullptr);
+    tout.WriteIDR_Description(f);
+    std::rewind(f);
+    char line[256];
+    std::string text;
+    while (std::fgets(line, sizeof line, f)) text += line;
+    std::fclose(f);
+    EXPECT_NE(text.find("transfered out via the # 2147483648 output port"), std::string::npos) << text;
 }
 
 }  // namespace

@@ -333,7 +333,7 @@ int CTalTransferOp::WriteIDR_Description(std::FILE* f) {
             std::fprintf(f, "The source procedure has not been specified.\n");
         }
     } else if (m_PortID < 0) {
-        std::fprintf(f, "Material will be transfered out via the # %-2d output port.\n", -m_PortID);
+        std::fprintf(f, "Material will be transfered out via the # %-2lld output port.\n", -static_cast<long long>(m_PortID));
         if (m_TransferProcedure) {
             std::fprintf(f, "The material will be tranferred to procedure: %-16s", m_TransferProcedure->Name().c_str());
         } else {
@@ -584,7 +584,7 @@ void CTalTransferOutOp::UpdateCompInfoFromOldFlowsheet(const ComponentList& oldC
     CTalTransferOp::UpdateCompInfoFromOldFlowsheet(oldComps, newComps);
 }
 
-bool CTalTransferOutOp::IsOutPortUsed(int port, int flag) const { return flag == 0 && m_PortID < 0 && port == -m_PortID - 1; }
+bool CTalTransferOutOp::IsOutPortUsed(int port, int flag) const { return flag == 0 && m_PortID < 0 && port == -(m_PortID + 1); }
 
 void CTalTransferOutOp::InitSimModelParams() {
     CTalTransferOp::InitSimModelParams();
@@ -747,7 +747,7 @@ void CTalPullOutOp::PrepareForSimulation() {
     m_IsAmountAbsorbed = 0;
 }
 
-bool CTalPullOutOp::IsOutPortUsed(int port, int) const { return m_PortID < 0 && port == -m_PortID - 1; }
+bool CTalPullOutOp::IsOutPortUsed(int port, int) const { return m_PortID < 0 && port == -(m_PortID + 1); }
 
 void CTalPullOutOp::InitSimModelParams() {
     CTalTransferOutOp::InitSimModelParams();
