@@ -187,6 +187,22 @@ private:
             Fail(Key(at, key), "'" + value.get<std::string>() + "' no longer holds after the other keys of this object were set (" +
                                    row->name + " reads '" + std::get<std::string>(row->get(obj)) + "'); give one of the keys that contradict each other");
         }
+        RequireListsOfTheirCount(obj, at);
+    }
+
+    //! A list with one value per entry of a count (per particle-size range, say) must hold as many
+    //! values as the count says once the object's keys are set: a count given without its lists,
+    //! or lists of another length, cannot be simulated or saved as one flowsheet.
+    void RequireListsOfTheirCount(const CObject& obj, const std::string& at) const {
+        for (const MemberRow& row : obj.MemberRows().All()) {
+            if (row.type != MemberType::RealArray || !row.lengthOf) continue;
+            const std::size_t held = std::get<std::vector<double>>(row.get(obj)).size();
+            const std::size_t needed = row.lengthOf(obj);
+            if (held != needed) {
+                Fail(Key(at, row.name), "holds " + std::to_string(held) + " values where the count set for this object needs " +
+                                            std::to_string(needed) + ": give it as a list of " + std::to_string(needed) + " values");
+            }
+        }
     }
 
     //! A text member that names something (a procedure, a stream on a port) keeps only a name

@@ -176,6 +176,25 @@ TEST(FlowsheetLoader, StockMixtureErrorsNameTheirPlace) {
               std::string::npos);
 }
 
+// A list with one value per particle-size range must hold as many values as the ranges counted:
+// a count without its lists would load, simulate and then fail to be saved.
+TEST(FlowsheetLoader, ListsOfACountMustHaveItsLength) {
+    const auto cyclone = [](const std::string& ranges) {
+        return LoadError(R"({"flowsheet": {"mode": "continuous"}, "components": ["Air", "Glucose"],
+          "streams": {"GAS": {"flows": {"Air": "1000 kg/h", "Glucose": "5 kg/h"}}},
+          "procedures": [{"name": "P-1", "type": "Centrifugation, in a Cyclone", "inputs": ["GAS"], "outputs": ["A", "B"],
+            "operations": [{"model": "Cycloning", "NumberOfRanges": 2, )" +
+                         ranges + "}]}]}");
+    };
+    const std::string low = R"("RangeLow": [0, 1e-5], "RangeMassFrac": [0.5, 0.5])";
+    EXPECT_EQ(cyclone(low + R"(, "RangeHigh": [1e-5, 2e-5])"), "");
+    EXPECT_NE(cyclone(low).find("procedures[0].operations[0].RangeHigh: holds 0 values where the count set for this object needs 2: "
+                                "give it as a list of 2 values"),
+              std::string::npos)
+        << cyclone(low);
+    EXPECT_NE(cyclone(low + R"(, "RangeHigh": [1e-5, 2e-5, 3e-5])").find("procedures[0].operations[0].RangeHigh"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace unitops
 
