@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <string>
 #include <utility>
 
 #include <cvode/cvode.h>
@@ -27,6 +28,7 @@ struct BdfMemory {
     void* cvode = nullptr;
     const IntegrationProblem* problem = nullptr;
     std::string* failure = nullptr;
+    int collapsedSteps = 0;  //!< steps too small to advance x, as the solver reported them
 
     explicit BdfMemory(int size) : n(size) {
         if (SUNContext_Create(nullptr, &context) != 0) return;
@@ -65,11 +67,20 @@ int Guarded(std::string* failure, F&& f) {
     return -1;
 }
 
+// A solution that runs away (a thermal runaway, a rate switched off and on at a clipped value)
+// drives the step below what x can resolve. The solver would go on with steps that do not
+// advance x until its step allowance is spent; after a few of them the integration ends.
+constexpr int kMostCollapsedSteps = 3;
+
 }  // namespace
 
 extern "C" {
 static int BdfRhs(sunrealtype x, N_Vector y, N_Vector dydx, void* data) {
     auto* m = static_cast<BdfMemory*>(data);
+    if (m->collapsedSteps >= kMostCollapsedSteps) {
+        if (m->failure) *m->failure = "the solution runs away: the step fell below what the integration variable can resolve near " + std::to_string(x);
+        return -1;
+    }
     return Guarded(m->failure, [&] { m->problem->rhs(x, N_VGetArrayPointer(y), N_VGetArrayPointer(dydx)); });
 }
 
@@ -78,8 +89,9 @@ static int BdfJacobian(sunrealtype x, N_Vector y, N_Vector, SUNMatrix J, void* d
     return Guarded(m->failure, [&] { m->problem->jacobian(x, N_VGetArrayPointer(y), SUNDenseMatrix_Data(J)); });
 }
 
-static void BdfErrorText(int, const char* module, const char* function, char* message, void* data) {
+static void BdfErrorText(int code, const char* module, const char* function, char* message, void* data) {
     auto* m = static_cast<BdfMemory*>(data);
+    if (m && code == CV_WARNING && std::strstr(message, "t + h = t")) ++m->collapsedSteps;
     if (m && m->failure && m->failure->empty()) *m->failure = std::string(module) + " " + function + ": " + message;
 }
 }
@@ -89,7 +101,9 @@ BdfIntegrator::~BdfIntegrator() = default;
 
 namespace {
 
-constexpr long kMaxStepsPerOutput = 100000;
+// Steps allowed for a whole integration, however many output points and breakpoints it has: a
+// solution that chatters about a switch would otherwise spend this allowance at every point.
+constexpr long kMostSteps = 100000;
 
 //! The first breakpoint after t, or the end of the integration when none comes before it.
 double NextStop(const IntegrationProblem& p, double t) {
@@ -129,6 +143,15 @@ int AdvanceTo(BdfMemory& m, const IntegrationProblem& p, double from, double to,
         int flag = CVodeSetStopTime(m.cvode, stop);
         if (flag < 0) return flag;
         const double target = std::min(stop, to);
+        long sinceFreshStart = 0;
+        CVodeGetNumSteps(m.cvode, &sinceFreshStart);
+        const long left = kMostSteps - stats.steps - sinceFreshStart;
+        if (left <= 0) {
+            if (m.failure && m.failure->empty()) *m.failure = "the integration took all of its " + std::to_string(kMostSteps) + " steps";
+            return CV_TOO_MUCH_WORK;
+        }
+        flag = CVodeSetMaxNumSteps(m.cvode, left);
+        if (flag < 0) return flag;
         flag = CVode(m.cvode, target, m.y, &t, CV_NORMAL);
         if (flag < 0) return flag;
         if (t >= stop && stop < p.xEnd) {  // at a breakpoint
@@ -162,6 +185,7 @@ int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
     BdfMemory& m = *memory_;
     m.problem = &p;
     m.failure = &failure_;
+    m.collapsedSteps = 0;
     double* state = N_VGetArrayPointer(m.y);
     std::memcpy(state, y, sizeof(double) * static_cast<std::size_t>(p.n));
     double* atol = N_VGetArrayPointer(m.absTol);
@@ -174,7 +198,6 @@ int BdfIntegrator::Integrate(const IntegrationProblem& p, double* y) {
     if (flag == CV_SUCCESS) flag = CVodeSetUserData(m.cvode, &m);
     if (flag == CV_SUCCESS) flag = CVodeSetErrHandlerFn(m.cvode, BdfErrorText, &m);
     if (flag == CV_SUCCESS) flag = CVodeSetJacFn(m.cvode, p.jacobian ? BdfJacobian : nullptr);
-    if (flag == CV_SUCCESS) flag = CVodeSetMaxNumSteps(m.cvode, kMaxStepsPerOutput);
     if (flag == CV_SUCCESS) flag = CVodeSetStopTime(m.cvode, NextStop(p, p.xStart));
     if (flag == CV_SUCCESS) flag = CVodeSetMaxStep(m.cvode, p.maxStep > 0.0 ? p.maxStep : 0.0);
     if (flag != CV_SUCCESS) {

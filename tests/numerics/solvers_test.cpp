@@ -3,6 +3,7 @@
 // pivoted LU solver, each with its failure paths.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <vector>
@@ -176,6 +177,36 @@ TEST(BdfIntegrator, AThrowingCallbackIsAFailureCodeNotAnException) {
     y = 0.0;
     EXPECT_EQ(integrator.Integrate(p, &y), 0);
     EXPECT_NEAR(y, 1.0, 1e-6);
+}
+
+// A solution that runs away (y' = e^y blows up at x = 1, as a thermal runaway does) drives the
+// step below what x can resolve: the integration ends there, saying so, instead of going on with
+// steps that do not advance x.
+TEST(BdfIntegrator, ARunawaySolutionEndsWhereTheStepNoLongerAdvances) {
+    IntegrationProblem p;
+    p.n = 1;
+    p.rhs = [](double, double* y, double* f) { f[0] = std::exp(y[0]); };
+    p.xEnd = 2.0;
+    double y = 0.0;
+    BdfIntegrator integrator;
+    EXPECT_NE(integrator.Integrate(p, &y), 0);
+    EXPECT_LT(integrator.Stats().steps, 500);
+    EXPECT_NE(integrator.FailureText().find("the solution runs away"), std::string::npos) << integrator.FailureText();
+}
+
+// A rate that switches sign about y = 0 makes the solver chatter there; the step allowance holds
+// for the whole integration, not again at every output point.
+TEST(BdfIntegrator, TheStepAllowanceCoversAllOutputPoints) {
+    IntegrationProblem p;
+    p.n = 1;
+    p.rhs = [](double, double* y, double* f) { f[0] = y[0] > 0.0 ? -1.0 : 1.0; };
+    p.xEnd = 2.0;
+    p.output = [](double& x, const double*) { x += 0.1; };
+    double y = 1.0;
+    BdfIntegrator integrator;
+    EXPECT_NE(integrator.Integrate(p, &y), 0);
+    EXPECT_LE(integrator.Stats().steps, 100000);
+    EXPECT_GT(integrator.Stats().steps, 1000);  // it did chatter
 }
 
 TEST(HybridPowellSolver, SolvesRosenbrock) {
