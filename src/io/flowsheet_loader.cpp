@@ -161,21 +161,18 @@ private:
     }
 
     //! Sets every key of `j` (but those in `skip`) through the object's member table.
+    //! Lists with one value per entry of a count are set after every other key, so that the
+    //! count may come after them in the file.
     void SetMembers(CObject& obj, const json& j, const std::string& at, const std::set<std::string>& skip) const {
         const MemberTable& table = obj.MemberRows();
-        for (const auto& [key, value] : j.items()) {
-            if (skip.count(key) || IsNote(key)) continue;
-            const std::string where = Key(at, key);
-            const MemberRow* row = FindMember(table, key);
-            if (!row) Fail(where, std::string("unknown parameter '") + key + "' of " + obj.GetRuntimeClass()->m_lpszClassName);
-            if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
-            switch (row->type) {
-                case MemberType::Real: row->set(obj, Value(value, row->quantity, where)); break;
-                case MemberType::Integer: row->set(obj, Choice(*row, Integer(value, where), where)); break;
-                case MemberType::Text: SetText(obj, *row, Text(value, where), where); break;
-                case MemberType::RealArray:
-                    row->set(obj, row->lengthOf ? ListArray(value, row->lengthOf(obj), where) : ComponentArray(value, where));
-                    break;
+        for (const bool listsOfACount : {false, true}) {
+            for (const auto& [key, value] : j.items()) {
+                if (skip.count(key) || IsNote(key)) continue;
+                const std::string where = Key(at, key);
+                const MemberRow* row = FindMember(table, key);
+                if (!row) Fail(where, std::string("unknown parameter '") + key + "' of " + obj.GetRuntimeClass()->m_lpszClassName);
+                if (!row->input) Fail(where, "'" + key + "' is a result of " + obj.GetRuntimeClass()->m_lpszClassName + " and cannot be set");
+                if ((row->type == MemberType::RealArray && row->lengthOf) == listsOfACount) SetMember(obj, *row, value, where);
             }
         }
         // A later key may have changed what an earlier text named (a `PortID` that moves the
@@ -188,6 +185,17 @@ private:
                                    row->name + " reads '" + std::get<std::string>(row->get(obj)) + "'); give one of the keys that contradict each other");
         }
         RequireListsOfTheirCount(obj, at);
+    }
+
+    void SetMember(CObject& obj, const MemberRow& row, const json& value, const std::string& where) const {
+        switch (row.type) {
+            case MemberType::Real: row.set(obj, Value(value, row.quantity, where)); break;
+            case MemberType::Integer: row.set(obj, Choice(row, Integer(value, where), where)); break;
+            case MemberType::Text: SetText(obj, row, Text(value, where), where); break;
+            case MemberType::RealArray:
+                row.set(obj, row.lengthOf ? ListArray(value, row.lengthOf(obj), where) : ComponentArray(value, where));
+                break;
+        }
     }
 
     //! A list with one value per entry of a count (per particle-size range, say) must hold as many

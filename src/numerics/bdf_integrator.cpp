@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -67,10 +68,11 @@ int Guarded(std::string* failure, F&& f) {
     return -1;
 }
 
-// A solution that runs away (a thermal runaway, a rate switched off and on at a clipped value)
-// drives the step below what x can resolve. The solver would go on with steps that do not
-// advance x until its step allowance is spent; after a few of them the integration ends.
-constexpr int kMostCollapsedSteps = 3;
+// A solution that runs away (a thermal runaway, say) drives the step below what x can resolve.
+// The solver would go on with steps that do not advance x until its step allowance is spent; it
+// warns of such a step up to 10 times after each fresh start, and at the tenth of an integration
+// the integration ends. A step that collapses once or twice and recovers is let through.
+constexpr int kMostCollapsedSteps = 10;
 
 }  // namespace
 
@@ -78,7 +80,11 @@ extern "C" {
 static int BdfRhs(sunrealtype x, N_Vector y, N_Vector dydx, void* data) {
     auto* m = static_cast<BdfMemory*>(data);
     if (m->collapsedSteps >= kMostCollapsedSteps) {
-        if (m->failure) *m->failure = "the solution runs away: the step fell below what the integration variable can resolve near " + std::to_string(x);
+        if (m->failure) {
+            char where[32];
+            std::snprintf(where, sizeof where, "%g", x);
+            *m->failure = std::string("the solution runs away: the step fell below what the integration variable can resolve near ") + where;
+        }
         return -1;
     }
     return Guarded(m->failure, [&] { m->problem->rhs(x, N_VGetArrayPointer(y), N_VGetArrayPointer(dydx)); });

@@ -193,6 +193,15 @@ TEST(FlowsheetLoader, ListsOfACountMustHaveItsLength) {
               std::string::npos)
         << cyclone(low);
     EXPECT_NE(cyclone(low + R"(, "RangeHigh": [1e-5, 2e-5, 3e-5])").find("procedures[0].operations[0].RangeHigh"), std::string::npos);
+    // The lists may come before their count.
+    const auto listsFirst = [](const std::string& count) {
+        return LoadError(R"({"flowsheet": {"mode": "continuous"}, "components": ["Air", "Glucose"],
+          "streams": {"GAS": {"flows": {"Air": "1000 kg/h", "Glucose": "5 kg/h"}}},
+          "procedures": [{"name": "P-1", "type": "Centrifugation, in a Cyclone", "inputs": ["GAS"], "outputs": ["A", "B"],
+            "operations": [{"model": "Cycloning", "RangeLow": [0, 1e-5], "RangeHigh": [1e-5, 2e-5], "RangeMassFrac": [0.5, 0.5], )" +
+                         count + "}]}]}");
+    };
+    EXPECT_EQ(listsFirst(R"("NumberOfRanges": 2)"), "");
 }
 
 }  // namespace

@@ -148,6 +148,7 @@ TEST(ReactionEntry, BadProfileSettingsEndInThePagesMessages) {
     const std::string at = "test.json: procedures[0].operations[0].profiles.";
     const std::vector<std::pair<std::string, std::string>> cases = {
         {R"("points": 1, "column_width": 0)", at + "points: Profiles: number of points must be 2 or more."},
+        {R"("points": 10001)", at + "points: Profiles: number of points is too large."},
         {R"("column_width": 0, "decimals": -1)", at + "column_width: Profiles: column width must be positive."},
         {R"("column_width": 100)", at + "column_width: Profiles: column width is too large."},
         {R"("column_width": 8, "decimals": 9)",

@@ -8,6 +8,7 @@
 #include "unitops/contract/message_table.hpp"
 #include "unitops/contract/simulation.hpp"
 #include "unitops/io/flowsheet_loader.hpp"
+#include "unitops/models/vessel/batch_component_splitting.hpp"
 #include "unitops/models/vessel/tanks.hpp"
 #include "unitops/models/vessel/transfer.hpp"
 
@@ -337,10 +338,12 @@ TEST_F(TransferTest, PortNumbersAtTheEndsOfTheIntRangeNameNoPort) {
     CTalTransferOutOp& tout = Add<CTalTransferOutOp>(std::numeric_limits<int>::min());
     CTalPullOutOp& pull = Add<CTalPullOutOp>(std::numeric_limits<int>::min());
     CTalTransferInOp& tin = Add<CTalTransferInOp>(std::numeric_limits<int>::max());
-    for (CTalTransferOp* op : std::initializer_list<CTalTransferOp*>{&tout, &pull, &tin}) EXPECT_EQ(op->TransferStream(), nullptr);
+    CTalBatchComponentSplitting& split = Add<CTalBatchComponentSplitting>(std::numeric_limits<int>::min());
+    for (CTalTransferOp* op : std::initializer_list<CTalTransferOp*>{&tout, &pull, &tin, &split}) EXPECT_EQ(op->TransferStream(), nullptr);
     for (int port : {0, 1, 2}) {
         EXPECT_FALSE(tout.IsOutPortUsed(port, 0)) << port;
         EXPECT_FALSE(pull.IsOutPortUsed(port, 0)) << port;
+        EXPECT_FALSE(split.IsOutPortUsed(port, 0)) << port;
         EXPECT_FALSE(tin.IsInPortUsed(port, 0)) << port;
     }
     std::FILE* f = std::tmpfile();

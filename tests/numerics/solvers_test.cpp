@@ -192,6 +192,11 @@ TEST(BdfIntegrator, ARunawaySolutionEndsWhereTheStepNoLongerAdvances) {
     EXPECT_NE(integrator.Integrate(p, &y), 0);
     EXPECT_LT(integrator.Stats().steps, 500);
     EXPECT_NE(integrator.FailureText().find("the solution runs away"), std::string::npos) << integrator.FailureText();
+    // The count of such steps starts again with the next problem.
+    p.rhs = [](double, double*, double* f) { f[0] = 1.0; };
+    y = 0.0;
+    EXPECT_EQ(integrator.Integrate(p, &y), 0) << integrator.FailureText();
+    EXPECT_NEAR(y, 2.0, 1e-9);
 }
 
 // A rate that switches sign about y = 0 makes the solver chatter there; the step allowance holds
@@ -205,8 +210,7 @@ TEST(BdfIntegrator, TheStepAllowanceCoversAllOutputPoints) {
     double y = 1.0;
     BdfIntegrator integrator;
     EXPECT_NE(integrator.Integrate(p, &y), 0);
-    EXPECT_LE(integrator.Stats().steps, 100000);
-    EXPECT_GT(integrator.Stats().steps, 1000);  // it did chatter
+    EXPECT_EQ(integrator.Stats().steps, 100000);
 }
 
 TEST(HybridPowellSolver, SolvesRosenbrock) {

@@ -12,6 +12,7 @@ namespace {
 constexpr unsigned kProfilesCaption = 0x604;
 constexpr unsigned kHostDecimalsOutOfRange = 0x39;
 constexpr unsigned kHostCannotWrite = 93;
+constexpr int kMostProfilePoints = 10000;  // each point is a recorded row and a stop of the integration
 constexpr unsigned kHostResultsOutOfDate = 98;
 }  // namespace
 
@@ -95,6 +96,10 @@ ProfileField ApplyProfileSettings(CTalRxnOp& op, const ProfileSettings& s, CTalM
     const int points = s.points.value_or(recorder->NumberOfPoints());
     if (points < 2) {
         ReportRange(page, kProfilesCaption, "number of points", 0x643);
+        return ProfileField::Points;
+    }
+    if (points > kMostProfilePoints) {
+        ReportRange(page, kProfilesCaption, "number of points", 0x64B);
         return ProfileField::Points;
     }
     const int width = s.columnWidth.value_or(recorder->ColumnWidth());

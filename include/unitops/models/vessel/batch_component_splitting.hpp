@@ -20,7 +20,7 @@ public:
     void Serialize(CArchive& ar) override;
     void PrepareForSimulation() override;
     bool IsInPortUsed(int, int) const override { return false; }
-    bool IsOutPortUsed(int port, int flag) const override { return flag == 0 && m_PortID < 0 && port == -m_PortID - 1; }
+    bool IsOutPortUsed(int port, int flag) const override { return flag == 0 && m_PortID < 0 && port == -(m_PortID + 1); }
     bool CarriesInBatchMaterialOut() const override { return true; }
     bool AffectsTPorCompOfContents() const override { return true; }
     bool IsAmountSentOutFixed(int) const override { return false; }
